@@ -1,0 +1,10 @@
+// The STRING suite.
+#include "../registry.h"
+#include "../suite_builder.h"
+
+// Test-case factories, in the order the suite runs them.
+static const TCaseFactory kFactories[] = {
+    nullptr,
+};
+
+extern "C" Suite *make_string_suite(void) { return BuildSuite("STRING", kFactories); }

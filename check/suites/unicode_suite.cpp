@@ -1,0 +1,10 @@
+// The UNICODE suite.
+#include "../registry.h"
+#include "../suite_builder.h"
+
+// Test-case factories, in the order the suite runs them.
+static const TCaseFactory kFactories[] = {
+    nullptr,
+};
+
+extern "C" Suite *make_unicode_suite(void) { return BuildSuite("UNICODE", kFactories); }

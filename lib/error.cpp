@@ -1,0 +1,26 @@
+// The per-thread error record.
+#include <velkc/error.h>
+
+__thread unsigned int kovaerrno = 0;
+
+namespace {
+thread_local const char *tErrFile = nullptr;
+thread_local int tErrLine = 0;
+} // namespace
+
+extern "C" {
+
+void VELKCErrSetEx(unsigned int code, const char *file, int line)
+{
+    kovaerrno = code;
+    tErrFile = file;
+    tErrLine = line;
+}
+
+unsigned int VELKCErrGet(void) { return kovaerrno; }
+
+const char *VELKCErrorGetFile(void) { return tErrFile; }
+
+int VELKCErrorGetLine(void) { return tErrLine; }
+
+} // extern "C"

@@ -1,0 +1,131 @@
+// VELKCExecl: run a program with a null-terminated argument list and wait
+// for its exit status.
+#include "internal.hpp"
+
+#include <velkc/proc.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// The error position of a failed run, fixed so that callers can match it.
+constexpr int kExecFailureLine = 96;
+
+// Failure status of the child: the parent sees 255.
+constexpr int kChildFailure = -1;
+
+using InitCredentialsFn = bool (*)(const char *, int);
+
+// The platform's credentials set-up, when its library is installed. Without
+// it every program may run.
+InitCredentialsFn LoadInitCredentials()
+{
+    static const InitCredentialsFn fn = [] {
+        void *lib = dlopen("libkovacredentials.so.6", RTLD_NOW | RTLD_LOCAL);
+        return lib != nullptr
+                   ? reinterpret_cast<InitCredentialsFn>(dlsym(lib, "InitCredentialsByExecutable"))
+                   : nullptr;
+    }();
+    return fn;
+}
+
+// Clears SA_NOCLDWAIT on SIGCHLD for the lifetime of the guard, so that the
+// child's status can be collected, and puts it back afterwards.
+class ChildWaitGuard {
+public:
+    ChildWaitGuard()
+    {
+        struct sigaction action {};
+        if (sigaction(SIGCHLD, nullptr, &action) == 0 && (action.sa_flags & SA_NOCLDWAIT)) {
+            action.sa_flags &= ~SA_NOCLDWAIT;
+            restore_ = sigaction(SIGCHLD, &action, nullptr) == 0;
+        }
+    }
+    ChildWaitGuard(const ChildWaitGuard &) = delete;
+    ChildWaitGuard &operator=(const ChildWaitGuard &) = delete;
+    ~ChildWaitGuard()
+    {
+        struct sigaction action {};
+        if (restore_ && sigaction(SIGCHLD, nullptr, &action) == 0) {
+            action.sa_flags |= SA_NOCLDWAIT;
+            sigaction(SIGCHLD, &action, nullptr);
+        }
+    }
+
+private:
+    bool restore_ = false;
+};
+
+// Runs in the child: builds the argument vector (the path, then the
+// arguments up to the null) and executes the program. Never returns.
+[[noreturn]] void ExecChild(const char *path, int flags, InitCredentialsFn initCredentials, const char *first,
+                            va_list args)
+{
+    va_list count;
+    va_copy(count, args);
+    size_t nArgs = 0;
+    for (const char *arg = first; arg != nullptr; arg = va_arg(count, const char *)) {
+        ++nArgs;
+    }
+    va_end(count);
+
+    velkc::MallocPtr<char *> argv(static_cast<char **>(std::calloc(nArgs + 2, sizeof(char *))));
+    if (!argv) {
+        _exit(kChildFailure);
+    }
+    char **vector = argv.get();
+    vector[0] = const_cast<char *>(path);
+    if (nArgs > 0) {
+        vector[1] = const_cast<char *>(first);
+        for (size_t i = 2; i <= nArgs; ++i) {
+            vector[i] = const_cast<char *>(va_arg(args, const char *));
+        }
+    }
+    const bool mayRun = !(flags & EXEC_FLAG_CREDENTIALS) || initCredentials == nullptr || initCredentials(path, 1);
+    if (mayRun) {
+        execv(path, argv.get());
+    }
+    argv.reset();
+    _exit(kChildFailure);
+}
+
+int WaitExitStatus(pid_t pid)
+{
+    int status = 0;
+    pid_t r;
+    while ((r = waitpid(pid, &status, 0)) == -1 && errno == EINTR) {
+    }
+    if (r == -1) {
+        return errno == ECHILD ? 0 : -1;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+extern "C" int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...)
+{
+    // Looked up before the fork: the child must not load libraries.
+    const InitCredentialsFn initCredentials = (flags & EXEC_FLAG_CREDENTIALS) ? LoadInitCredentials() : nullptr;
+    int result;
+    {
+        ChildWaitGuard guard;
+        const pid_t pid = VELKCProcForkEx(flags);
+        if (pid == 0) {
+            va_list args;
+            va_start(args, szArg1);
+            ExecChild(szPath, flags, initCredentials, szArg1, args);
+        }
+        result = pid == -1 ? -1 : WaitExitStatus(pid);
+    }
+    if (result == -1) {
+        VELKCErrSetEx(ERR_OPERATION_FAILED, VELKC_SOURCE, kExecFailureLine);
+    }
+    return result;
+}
