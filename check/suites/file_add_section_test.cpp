@@ -1,0 +1,4 @@
+// Placeholder: the test case is being written.
+#include "../kovacore_test.h"
+
+TCase *file_add_section_test(void) { return tcase_create(""); }

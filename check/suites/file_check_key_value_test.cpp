@@ -1,0 +1,4 @@
+// Placeholder: the test case is being written.
+#include "../kovacore_test.h"
+
+TCase *file_check_key_value_test(void) { return tcase_create(""); }

@@ -1,0 +1,4 @@
+// Placeholder: the test case is being written.
+#include "../kovacore_test.h"
+
+TCase *string_encode_colon_test(void) { return tcase_create(""); }
