@@ -93,6 +93,9 @@
                        velkCode_, velkFile_, velkLine_);                                  \
     } while (0)
 
+// A null string shows as "(null)", as printf shows it.
+#define VELK_NULL_TEXT(s) ((s) != NULL ? (s) : "(null)")
+
 // String equality: both non-null, then strcmp equal. The null-check format
 // ends in "or " while its description does not; both are kept as they are.
 #define VELK_ASSERT_STR(a, b)                                                             \
@@ -103,7 +106,8 @@
              ? _mark_point(VELKC_SOURCE, __LINE__)                                        \
              : _ck_assert_failed(VELKC_SOURCE, __LINE__,                                  \
                                  "Failure '" #a "[%s] == NULL or " #b "[%s] == NULL' occured", \
-                                 #a "[%s] == NULL or " #b "[%s] == NULL or ", velkA_, velkB_)); \
+                                 #a "[%s] == NULL or " #b "[%s] == NULL or ",                  \
+                                 VELK_NULL_TEXT(velkA_), VELK_NULL_TEXT(velkB_)));              \
         VELK_CHECK_MSG(strcmp(velkA_, velkB_) == 0, #a "[%s] != " #b "[%s]", velkA_, velkB_); \
     } while (0)
 

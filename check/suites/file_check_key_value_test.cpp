@@ -1,4 +1,73 @@
-// Placeholder: the test case is being written.
-#include "../kovacore_test.h"
+// FILE suite: VELKCFileCheckKeyValue.
+#include "file_suite_data.hpp"
 
-TCase *file_check_key_value_test(void) { return tcase_create(""); }
+START_TEST(BlKOVAFileCheckKeyValueNULLArg)
+{
+    FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
+
+    // This function answers 0, not -1, to bad arguments.
+    VELK_RESET();
+    VELK_ASSERT_INT_ERR(VELKCFileCheckKeyValue(NULL, "abc", "", 1), ==, 0);
+    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+
+    VELK_RESET();
+    VELK_ASSERT_INT_ERR(VELKCFileCheckKeyValue(TEST_FILE, NULL, "", 1), ==, 0);
+    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+
+    VELK_RESET();
+    VELK_ASSERT_INT_ERR(VELKCFileCheckKeyValue(TEST_FILE, "abc", NULL, 1), ==, 0);
+    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+
+    FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
+}
+END_TEST
+
+// Sets a key and checks that the ".tmp" sibling was left alone.
+#define SET_KEY(key, value, format)                                                      \
+    do {                                                                                 \
+        VELK_RESET();                                                                    \
+        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, key, value, format), >=, 0); \
+        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                             \
+    } while (0)
+
+#define CHECK_KEY(key, value, defaultResult, expected)                                           \
+    do {                                                                                         \
+        VELK_RESET();                                                                            \
+        VELK_ASSERT_INT_ERR(VELKCFileCheckKeyValue(TEST_FILE, key, value, defaultResult), ==, expected); \
+    } while (0)
+
+START_TEST(BlKOVAFileCheckKeyValueTest)
+{
+    static const char *rgszKeys[] = {"k1=v1", "k2=\"v2\"", "k3=\"v3\"", NULL};
+
+    FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
+    SET_KEY("k1", "v1", NULL);
+    SET_KEY("k2", "\"v2\"", NULL);
+    SET_KEY("k3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_CHECK(TEST_FILE, rgszKeys);
+
+    // An absent key gives the default.
+    CHECK_KEY("k0", "v0", 0, 0);
+    VELK_ASSERT_ERR(ERR_KEY_NOT_FOUND);
+    CHECK_KEY("k0", "v0", 1, 1);
+
+    CHECK_KEY("k1", "v1", 0, 1);
+    CHECK_KEY("k1", "v2", 1, 0);
+    // Quotes are not part of the value; case does not matter.
+    CHECK_KEY("k2", "v2", 0, 1);
+    CHECK_KEY("k2", "V2", 0, 1);
+    CHECK_KEY("k2", "v3", 1, 0);
+    CHECK_KEY("k3", "v3", 0, 1);
+    VELK_ASSERT_ERR(ERR_SUCCESS);
+
+    FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);
+}
+END_TEST
+
+TCase *file_check_key_value_test(void)
+{
+    TCase *tc = tcase_create("");
+    _tcase_add_test(tc, BlKOVAFileCheckKeyValueNULLArg, 0, 0, 0, 1);
+    _tcase_add_test(tc, BlKOVAFileCheckKeyValueTest, 0, 0, 0, 1);
+    return tc;
+}

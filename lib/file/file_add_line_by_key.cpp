@@ -1,0 +1,88 @@
+// VELKCFileAddLineByKey: insert a line before or after the first line whose
+// tokens match a pattern list, or append it.
+#include "rewrite.hpp"
+
+namespace {
+
+bool IsEmpty(const SzList *pPattern) { return pPattern == nullptr || pPattern->nItem == 0; }
+
+// Appends the line as it stands, without looking at the last line's newline.
+velkc::Status AppendLine(const char *szFile, const char *szLine)
+{
+    std::FILE *stream = std::fopen(szFile, "a+");
+    if (stream == nullptr) {
+        return ERR_OPEN_FAILED;
+    }
+    velkc::UniqueFile owner(stream);
+    if (velkc::Status status = velkc::Output(stream).Terminated(szLine)) {
+        return status;
+    }
+    return velkc::SyncAndClose(owner.release());
+}
+
+} // namespace
+
+extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern, const char *szLine, int flags,
+                                     const char *szSeps)
+{
+    if (szFile == nullptr || szSeps == nullptr || (flags & ~MATCH_FLAG_AFTER) != 0) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    if (szLine == nullptr) {
+        return 1; // nothing to add
+    }
+    const bool after = flags & MATCH_FLAG_AFTER;
+    if (IsEmpty(pPattern) && after) {
+        if (velkc::Status status = AppendLine(szFile, szLine)) {
+            return VELKC_FAIL(status);
+        }
+        return 0;
+    }
+    velkc::Rewrite rw(szFile);
+    if (velkc::Status status = rw.Open()) {
+        return VELKC_FAIL(status);
+    }
+    if (velkc::Status status = rw.Begin()) {
+        return VELKC_FAIL(status);
+    }
+    const velkc::Output &out = rw.out();
+    bool inserted = false;
+    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
+        if (inserted) {
+            return out.Write(line.view());
+        }
+        // An empty pattern matches every line, so the line goes first.
+        const int match = VELKCFileMatch(line.data(), pPattern, szSeps);
+        if (match < 0) {
+            return velkc::kRecorded;
+        }
+        if (match == 0) {
+            return out.Write(line.view());
+        }
+        inserted = true;
+        // After a last line without "\n" the new line follows on that line.
+        if (after) {
+            if (velkc::Status s = out.Write(line.view())) {
+                return s;
+            }
+            return out.Terminated(szLine);
+        }
+        if (velkc::Status s = out.Terminated(szLine)) {
+            return s;
+        }
+        return out.Write(line.view());
+    });
+    // Without a match the unchanged copy is committed all the same.
+    if (status == velkc::kOk) {
+        status = rw.Commit();
+    }
+    if (status != velkc::kOk) {
+        return VELKC_FAIL(status);
+    }
+    if (!inserted) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
+        return 0;
+    }
+    return 1;
+}

@@ -1,0 +1,45 @@
+// VELKCFileEnumSection: the names of all sections, in file order.
+#include "internal.hpp"
+#include "line_reader.hpp"
+
+#include <velkc/file.h>
+
+#include <cstring>
+
+namespace {
+// Longest header line taken, "\n" included.
+constexpr std::size_t kMaxHeaderLine = 1023;
+} // namespace
+
+// Pushes the text between each header's first "[" and last "]", inner blanks
+// kept. A header line longer than 1023 bytes ends the call with -1. Returns
+// the list's item count.
+extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList)
+{
+    if (szFile == nullptr || ppList == nullptr || *ppList == nullptr) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::LineReader reader;
+    if (!reader.open(szFile)) {
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
+        return -1;
+    }
+    while (reader.next()) {
+        if (!VELKCIFileIsSection(reader.data(), static_cast<int>(reader.size()))) {
+            continue;
+        }
+        if (reader.size() > kMaxHeaderLine) {
+            return -1;
+        }
+        const std::string_view line = reader.view();
+        const std::string_view name = line.substr(1, line.rfind(']') - 1);
+        char buf[kMaxHeaderLine + 1];
+        std::memcpy(buf, name.data(), name.size());
+        buf[name.size()] = '\0';
+        if (VELKCSzListPush(ppList, buf) < 0) {
+            return -1;
+        }
+    }
+    return (*ppList)->nItem;
+}

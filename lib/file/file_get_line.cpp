@@ -1,0 +1,46 @@
+// VELKCFileGetLine: the first (or last) line that matches a pattern.
+#include "internal.hpp"
+#include "line_reader.hpp"
+
+#include <velkc/file.h>
+
+#include <cstring>
+
+// Flags as for VELKCILineMatch, plus MATCH_FLAG_LAST. Returns the line's size
+// without its "\n" but with its NUL, 0 when no line matches, -1 on error.
+extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char *szLine, int cbLine, int flags)
+{
+    if (szFile == nullptr || szPattern == nullptr || flags < 0 || szLine == nullptr || cbLine <= 0) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::LineReader reader;
+    if (!reader.open(szFile)) {
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
+        return -1;
+    }
+    std::size_t size = 0;
+    while (reader.next()) {
+        if (!VELKCILineMatch(reader.data(), szPattern, flags)) {
+            continue;
+        }
+        std::memset(szLine, 0, static_cast<std::size_t>(cbLine));
+        const std::size_t length = reader.size() - (reader.lastLineUnterminated() ? 0 : 1);
+        size = length + 1;
+        if (size <= static_cast<std::size_t>(cbLine)) {
+            std::memcpy(szLine, reader.data(), length);
+        }
+        if (!(flags & MATCH_FLAG_LAST)) {
+            break;
+        }
+    }
+    if (size == 0) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
+        return 0;
+    }
+    if (size > static_cast<std::size_t>(cbLine)) {
+        VELKC_SET_ERR(ERR_NOT_ENOUGH_MEMORY);
+        return -1;
+    }
+    return static_cast<int>(size);
+}

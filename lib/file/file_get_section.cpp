@@ -1,0 +1,46 @@
+// VELKCFileGetSection: the pairs of the first section of a name into a hash.
+#include "internal.hpp"
+#include "line_reader.hpp"
+#include "pair_splitter.hpp"
+
+#include <velkc/file.h>
+
+namespace {
+
+bool IsHeaderOf(const velkc::LineReader &reader, const char *szSection)
+{
+    const int len = static_cast<int>(reader.size());
+    return VELKCIFileIsSection(reader.data(), len) && VELKCIFileMatchSection(reader.data(), len, szSection) == 1;
+}
+
+} // namespace
+
+// The section runs from its header to the next line that starts with "[".
+// Comment lines inside it are read as pairs too ("#a=b" gives the key "#a").
+// A missing section is no error. Returns the hash's pair count.
+extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, SzHash **ppHash)
+{
+    if (szFile == nullptr || szSection == nullptr || ppHash == nullptr || *ppHash == nullptr) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::PairSplitter splitter;
+    if (!splitter.ok()) {
+        return -1;
+    }
+    velkc::LineReader reader;
+    if (!reader.open(szFile)) {
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
+        return -1;
+    }
+    bool found = false;
+    while (!found && reader.next()) {
+        found = IsHeaderOf(reader, szSection);
+    }
+    while (found && reader.next() && reader.data()[0] != '[') {
+        if (!splitter.add(reader.data(), ppHash)) {
+            return -1;
+        }
+    }
+    return (*ppHash)->nPair;
+}

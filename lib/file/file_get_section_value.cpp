@@ -1,0 +1,48 @@
+// VELKCFileGetSectionValue: one value of a section.
+#include "internal.hpp"
+#include "owned_container.hpp"
+
+#include <velkc/file.h>
+
+namespace {
+constexpr int kSectionHashSize = 1024;
+}
+
+// Logs and rejects a failed argument check, naming the condition.
+#define VELKC_REQUIRE(cond)                                               \
+    do {                                                                  \
+        if (!(cond)) {                                                    \
+            VELKC_LOG(LOG_ERR, "Invaild Argument (%s)=[%d]\n", #cond, 0); \
+            VELKC_SET_ERR(ERR_BAD_PARAMETERS);                            \
+            return -1;                                                    \
+        }                                                                 \
+    } while (0)
+
+// Writes the value, cut to cbValue - 1 bytes, and returns 0; -1 when the
+// section is missing or empty (ERR_SECTION_NOT_FOUND) or the key is absent
+// from it (ERR_KEY_NOT_FOUND).
+extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey,
+                                        char *szValue, int cbValue)
+{
+    VELKC_REQUIRE(((void *)0) != szFile);
+    VELKC_REQUIRE(((void *)0) != szSection);
+    VELKC_REQUIRE(((void *)0) != szKey);
+    VELKC_REQUIRE(((void *)0) != szValue);
+    VELKC_REQUIRE(0 < cbValue);
+
+    velkc::OwnedHash section(VELKCSzHashAlloc(kSectionHashSize));
+    if (!section) {
+        return -1;
+    }
+    if (VELKCFileGetSection(szFile, szSection, section.address()) <= 0) {
+        VELKC_SET_ERR(ERR_SECTION_NOT_FOUND);
+        return -1;
+    }
+    const char *value = VELKCSzHashGetValue(section.get(), szKey);
+    if (value == nullptr) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
+        return -1;
+    }
+    snprintf(szValue, static_cast<std::size_t>(cbValue), "%s", value);
+    return 0;
+}

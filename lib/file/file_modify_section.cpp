@@ -1,0 +1,56 @@
+// VELKCIFileModifySection: replace, rename or delete every section of a name.
+#include "line_model.hpp"
+#include "rewrite.hpp"
+
+extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection, const char *szNewSection,
+                                       const SzHash *pHash, int flags, const char *szFormat)
+{
+    if (szFile == nullptr || szSection == nullptr) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    const bool replace = flags & SECTION_FLAG_REPLACE;
+    const char *newName = szNewSection != nullptr ? szNewSection : szSection;
+    velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED, .quotaError = true});
+    if (velkc::Status status = rw.Open()) {
+        return VELKC_FAIL(status);
+    }
+    if (velkc::Status status = rw.Begin()) {
+        return VELKC_FAIL(status);
+    }
+    const velkc::Output &out = rw.out();
+    bool inside = false;
+    bool found = false;
+    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
+        const int len = static_cast<int>(line.size());
+        if (VELKCIFileIsSection(line.data(), len)) {
+            inside = VELKCIFileMatchSection(line.data(), len, szSection) == 1;
+            if (!inside) {
+                return out.Write(line.view());
+            }
+            found = true;
+            // The old header goes; the replacement takes its place.
+            if (replace && VELKCFileHash2File(out.stream(), newName, pHash, szFormat) != 0) {
+                return velkc::kRecorded;
+            }
+            return velkc::kOk;
+        }
+        // The old section's comments stay, after the new content.
+        if (inside && !velkc::IsCommentLine(line.data())) {
+            return velkc::kOk;
+        }
+        return out.Write(line.view());
+    });
+    // Without a match the unchanged copy is committed all the same.
+    if (status == velkc::kOk) {
+        status = rw.Commit();
+    }
+    if (status != velkc::kOk) {
+        return VELKC_FAIL(status);
+    }
+    if (!found) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
+        return 0;
+    }
+    return 1;
+}

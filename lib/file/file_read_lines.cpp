@@ -1,0 +1,40 @@
+// VELKCFileReadLines: the raw lines of a file, in pieces of at most 1023
+// bytes.
+#include "internal.hpp"
+#include "line_reader.hpp"
+
+#include <velkc/file.h>
+
+#include <cstring>
+
+namespace {
+// A line longer than this becomes several items, its "\n" in the last one.
+constexpr std::size_t kMaxPiece = 1023;
+} // namespace
+
+// Returns 0 at the end of the file, -1 on error (a read error sets no code).
+extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList)
+{
+    if (szFile == nullptr || ppList == nullptr || *ppList == nullptr) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::LineReader reader;
+    if (!reader.open(szFile)) {
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
+        return -1;
+    }
+    char piece[kMaxPiece + 1];
+    while (reader.next()) {
+        for (std::string_view rest = reader.view(); !rest.empty();) {
+            const std::string_view head = rest.substr(0, kMaxPiece);
+            std::memcpy(piece, head.data(), head.size());
+            piece[head.size()] = '\0';
+            if (VELKCSzListPush(ppList, piece) < 0) {
+                return -1;
+            }
+            rest.remove_prefix(head.size());
+        }
+    }
+    return reader.failed() ? -1 : 0;
+}

@@ -1,0 +1,54 @@
+// VELKCFileReplaceSubStr: replace every occurrence of a text in every line.
+#include "rewrite.hpp"
+
+#include <cstring>
+
+namespace {
+
+// Writes line with each occurrence of from replaced by to, left to right;
+// the search resumes after the replaced text, so the new text is never
+// searched again. Counts the replacements.
+velkc::Status ReplaceAll(const velkc::Output &out, std::string_view line, std::string_view from,
+                         std::string_view to, int &count)
+{
+    for (std::size_t pos; (pos = line.find(from)) != std::string_view::npos;) {
+        if (out.Write(line.substr(0, pos)) || out.Write(to)) {
+            return velkc::kRecorded; // a failed write gives -1 without a code
+        }
+        line.remove_prefix(pos + from.size());
+        ++count;
+    }
+    return out.Write(line) ? velkc::kRecorded : velkc::kOk;
+}
+
+} // namespace
+
+extern "C" int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, const char *szNew)
+{
+    if (szFile == nullptr || szOld == nullptr || szNew == nullptr || szOld[0] == '\0') {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::Rewrite rw(szFile);
+    if (velkc::Status status = rw.Open()) {
+        return VELKC_FAIL(status);
+    }
+    if (velkc::Status status = rw.Begin()) {
+        return VELKC_FAIL(status);
+    }
+    int count = 0;
+    const velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) {
+        return ReplaceAll(rw.out(), line.view(), szOld, szNew, count);
+    });
+    if (status != velkc::kOk) {
+        return VELKC_FAIL(status);
+    }
+    if (count == 0) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND); // the copy is discarded
+        return 0;
+    }
+    if (velkc::Status commit = rw.Commit()) {
+        return VELKC_FAIL(commit);
+    }
+    return count;
+}

@@ -1,0 +1,6 @@
+// VELKCSzHashFree: the table is one block.
+#include <velkc/hash.h>
+
+#include <cstdlib>
+
+extern "C" void VELKCSzHashFree(SzHash *pHash) { std::free(pHash); }

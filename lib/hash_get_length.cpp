@@ -1,0 +1,5 @@
+// VELKCSzHashGetLength: the number of live pairs; a null table is not an
+// error here.
+#include <velkc/hash.h>
+
+extern "C" int VELKCSzHashGetLength(const SzHash *pHash) { return pHash == nullptr ? -1 : pHash->nPair; }

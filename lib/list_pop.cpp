@@ -1,0 +1,10 @@
+// VELKCSzListPop: removes the last item.
+#include "internal.hpp"
+
+#include <velkc/list.h>
+
+// Remove validates the arguments; the index only matters for a valid list.
+extern "C" VELKC_API char *VELKCSzListPop(SzList *pList)
+{
+    return VELKCSzListRemove(pList, pList != nullptr ? pList->nItem - 1 : -1);
+}

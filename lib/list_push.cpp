@@ -1,0 +1,11 @@
+// VELKCSzListPush: appends a string.
+#include "internal.hpp"
+
+#include <velkc/list.h>
+
+// Insert validates the arguments; the index only matters for a valid list.
+extern "C" VELKC_API int VELKCSzListPush(SzList **ppList, const char *sz)
+{
+    const int index = (ppList != nullptr && *ppList != nullptr) ? (*ppList)->nItem : 0;
+    return VELKCSzListInsert(ppList, index, sz);
+}

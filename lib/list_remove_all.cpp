@@ -1,0 +1,13 @@
+// VELKCSzListRemoveAll: empties a list, keeping its block and mode.
+#include "internal.hpp"
+#include "list_internal.hpp"
+
+extern "C" VELKC_API void VELKCSzListRemoveAll(SzList *pList)
+{
+    if (pList == nullptr) {
+        return;
+    }
+    pList->nItem = 0;
+    pList->pszStrEnd = pList->pszEmpty;
+    pList->cbFree = pList->cbSize - velkc::list::kHeaderSize;
+}

@@ -1,0 +1,9 @@
+// VELKCSzListUnshift: inserts a string at the front.
+#include "internal.hpp"
+
+#include <velkc/list.h>
+
+extern "C" VELKC_API int VELKCSzListUnshift(SzList **ppList, const char *sz)
+{
+    return VELKCSzListInsert(ppList, 0, sz);
+}

@@ -1,0 +1,78 @@
+// Trimming and token appending shared by the byte-string functions.
+#include "string_internal.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+namespace velkc {
+
+namespace {
+
+// True when out lies strictly after in and not after its terminator: a
+// forward copy there would overwrite bytes it has yet to read. An output
+// before the input is safe for a forward copy and is accepted.
+bool StartsInsideText(const char *in, std::size_t len, const char *out)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(in);
+    const auto target = reinterpret_cast<std::uintptr_t>(out);
+    return target > begin && target <= begin + len;
+}
+
+std::string_view StripSet(std::string_view text, std::string_view set)
+{
+    const std::size_t first = text.find_first_not_of(set);
+    if (first == std::string_view::npos) {
+        return text.substr(0, 0); // keeps a valid data pointer for the copy
+    }
+    return text.substr(first, text.find_last_not_of(set) - first + 1);
+}
+
+// Drops one pair of enclosing double quotes: the first and the last byte
+// must both be quotes and must be two different bytes.
+std::string_view StripQuotePair(std::string_view text)
+{
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        return text.substr(1, text.size() - 2);
+    }
+    return text;
+}
+
+} // namespace
+
+int TrimText(char *szInput, char *szOutput, std::string_view set, Quotes quotes)
+{
+    if (szInput == nullptr) {
+        return -1;
+    }
+    const std::size_t len = std::strlen(szInput);
+    if (StartsInsideText(szInput, len, szOutput)) {
+        return -1;
+    }
+    std::string_view text = StripSet({szInput, len}, set);
+    if (quotes == Quotes::StripOnePair) {
+        text = StripQuotePair(text);
+    }
+    char *target = szOutput != nullptr ? szOutput : szInput;
+    if (target == szInput) {
+        std::memmove(target, text.data(), text.size());
+    } else {
+        std::copy(text.begin(), text.end(), target);
+    }
+    target[text.size()] = '\0';
+    return static_cast<int>(text.size());
+}
+
+int AppendTokens(char *text, const char *szSep, SzList **ppList, TokenFn next)
+{
+    int count = 0;
+    while (char *token = next(&text, szSep)) {
+        if (VELKCSzListPush(ppList, token) < 0) {
+            return -1;
+        }
+        ++count;
+    }
+    return count;
+}
+
+} // namespace velkc

@@ -1,0 +1,66 @@
+// Helpers shared by the byte-string functions. Not installed.
+#pragma once
+
+#include <velkc/list.h>
+
+#include <array>
+#include <string_view>
+
+namespace velkc {
+
+// The bytes that the trimming functions strip by default.
+inline constexpr std::string_view kWhitespace = " \t\n\r";
+
+// Quote handling of TrimText.
+enum class Quotes { Keep, StripOnePair };
+
+// Strips the bytes of `set` from both ends of szInput and, with
+// Quotes::StripOnePair, then one pair of enclosing double quotes. The result
+// goes to szOutput, or back to the start of szInput when szOutput is null or
+// equal to it. Returns the result's length, or -1 for a null input or an
+// output that starts inside the input's text (the copy would overrun its own
+// source); the caller records that error.
+int TrimText(char *szInput, char *szOutput, std::string_view set, Quotes quotes);
+
+// Signature shared by strsep and VELKCStrTokIndex.
+using TokenFn = char *(*)(char **, const char *);
+
+// Appends every token that `next` takes from `text` at the bytes of szSep.
+// Returns the number appended, or -1 when a push fails (the push has set the
+// error record; the list keeps what was appended before).
+int AppendTokens(char *text, const char *szSep, SzList **ppList, TokenFn next);
+
+// Colon escape: ESCAPE introduces a two-byte unit whose second byte names the
+// escaped byte, so that colon-separated records can carry colons.
+inline constexpr char kColonEscape = ';';
+
+struct EscapeUnit {
+    char plain; // the byte as it appears in the text
+    char code;  // the byte that follows kColonEscape in the encoding
+};
+
+inline constexpr std::array<EscapeUnit, 2> kColonEscapes{{{':', ','}, {';', ';'}}};
+
+// The unit that escapes a plain byte, or null when the byte stands for itself.
+constexpr const EscapeUnit *FindEscapeOf(char plain)
+{
+    for (const EscapeUnit &unit : kColonEscapes) {
+        if (unit.plain == plain) {
+            return &unit;
+        }
+    }
+    return nullptr;
+}
+
+// The unit whose code follows an escape byte, or null for an invalid escape.
+constexpr const EscapeUnit *FindEscapeByCode(char code)
+{
+    for (const EscapeUnit &unit : kColonEscapes) {
+        if (unit.code == code) {
+            return &unit;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace velkc

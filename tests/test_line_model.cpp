@@ -1,0 +1,210 @@
+// The line model: line, key, token-list and section matching, and the
+// key/value format check.
+#include <velkc.h>
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+void ExpectError(unsigned code, const char *file)
+{
+    EXPECT_EQ(VELKCErrGet(), code);
+    EXPECT_STREQ(VELKCErrorGetFile(), file);
+}
+
+// VELKCILineKeyMatch on a copy; returns the result and leaves the cut copy.
+int KeyMatch(const char *line, const char *key, std::string *cut = nullptr)
+{
+    std::string copy(line);
+    const int result = VELKCILineKeyMatch(copy.data(), key);
+    if (cut != nullptr) {
+        *cut = copy.c_str();
+    }
+    return result;
+}
+
+TEST(LineMatch, CommentsNeverMatch)
+{
+    for (const char *line : {"#k=v\n", ";k=v\n"}) {
+        EXPECT_EQ(VELKCILineMatch(line, "k", 0), 0) << line;
+        EXPECT_EQ(VELKCILineMatch(line, "", 0), 0) << line;
+        EXPECT_EQ(VELKCILineMatch(line, line + 1, MATCH_FLAG_PREFIX), 0) << line;
+    }
+    // Leading blanks make an ordinary line.
+    EXPECT_EQ(VELKCILineMatch("  # x\n", "x", 0), 1);
+}
+
+TEST(LineMatch, PrefixSuffixAndAnywhere)
+{
+    EXPECT_EQ(VELKCILineMatch("abcd\n", "bc", 0), 1);
+    EXPECT_EQ(VELKCILineMatch("abcd\n", "", 0), 1);
+    EXPECT_EQ(VELKCILineMatch("abcd\n", "ab", MATCH_FLAG_PREFIX), 1);
+    EXPECT_EQ(VELKCILineMatch("abcd\n", "bc", MATCH_FLAG_PREFIX), 0);
+    // The suffix ends at the last "\n" or at the end of the text.
+    EXPECT_EQ(VELKCILineMatch("abc\n", "abc", MATCH_FLAG_SUFFIX), 1);
+    EXPECT_EQ(VELKCILineMatch("abc", "bc", MATCH_FLAG_SUFFIX), 1);
+    EXPECT_EQ(VELKCILineMatch("abc\n", "abcd", MATCH_FLAG_SUFFIX), 0);
+    // A "\r" before the newline belongs to the line.
+    EXPECT_EQ(VELKCILineMatch("abc\r\n", "abc", MATCH_FLAG_SUFFIX), 0);
+    EXPECT_EQ(VELKCILineMatch("abc\r\n", "abc\r", MATCH_FLAG_SUFFIX), 1);
+    // With both bits only the prefix counts.
+    EXPECT_EQ(VELKCILineMatch("abcx\n", "abc", MATCH_FLAG_PREFIX | MATCH_FLAG_SUFFIX), 1);
+    EXPECT_EQ(VELKCILineMatch("xabc\n", "abc", MATCH_FLAG_PREFIX | MATCH_FLAG_SUFFIX), 0);
+}
+
+TEST(LineMatch, IgnoreCase)
+{
+    EXPECT_EQ(VELKCILineMatch("dEfBc\n", "bc", MATCH_FLAG_SUFFIX), 0);
+    EXPECT_EQ(VELKCILineMatch("dEfBc\n", "bc", MATCH_FLAG_SUFFIX | MATCH_FLAG_IGNORE_CASE), 1);
+    EXPECT_EQ(VELKCILineMatch("Def\n", "dEF", MATCH_FLAG_PREFIX | MATCH_FLAG_IGNORE_CASE), 1);
+    // Upper-casing lengthens "ß" to "SS"; the longer text is still compared.
+    EXPECT_EQ(VELKCILineMatch("straße\n", "STRASSE", MATCH_FLAG_SUFFIX | MATCH_FLAG_IGNORE_CASE), 1);
+    EXPECT_EQ(VELKCILineMatch("Ölfeld\n", "öl", MATCH_FLAG_PREFIX | MATCH_FLAG_IGNORE_CASE), 1);
+}
+
+TEST(LineMatch, BadArguments)
+{
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCILineMatch(nullptr, "a", 0), 0);
+    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCILineMatch("a", nullptr, 0), 0);
+    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCILineMatch("a", "a", -1), 0);
+    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
+}
+
+TEST(LineKeyMatch, KeysAreTrimmedAndExact)
+{
+    std::string cut;
+    EXPECT_EQ(KeyMatch(" k = v \n", "k", &cut), 1);
+    EXPECT_EQ(cut, " k "); // cut at the first "=", blanks kept
+    EXPECT_EQ(KeyMatch("k=v\n", "K"), 0);
+    EXPECT_EQ(KeyMatch("key1=v\n", "key"), 0);
+    EXPECT_EQ(KeyMatch("key=v\n", "key1"), 0);
+    EXPECT_EQ(KeyMatch("k=a=b\n", "k", &cut), 1);
+    EXPECT_EQ(cut, "k");
+    EXPECT_EQ(KeyMatch("k\r\n", "k"), 1); // no "=" at all: the whole line is the key
+    EXPECT_EQ(KeyMatch("\t\"k\" =v\n", "k"), 1);
+    // Empty tokens are skipped: "=v" has the key "v".
+    EXPECT_EQ(KeyMatch("=v\n", "v", &cut), 1);
+    EXPECT_EQ(cut, "");
+    EXPECT_EQ(KeyMatch("===", ""), 0); // only separators: no key at all
+}
+
+TEST(LineKeyMatch, CommentsAreNotKeyLines)
+{
+    std::string cut;
+    EXPECT_EQ(KeyMatch("#k=v\n", "#k", &cut), 0);
+    EXPECT_EQ(cut, "#k=v\n"); // left whole
+    EXPECT_EQ(KeyMatch(";k=v\n", ";k"), 0);
+    EXPECT_EQ(KeyMatch(" #k=v\n", "#k"), 1);
+}
+
+TEST(LineKeyMatch, BadArguments)
+{
+    char line[] = "k=v";
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCILineKeyMatch(nullptr, "k"), 0);
+    ExpectError(ERR_BAD_PARAMETERS, "file_line_key_match");
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCILineKeyMatch(line, nullptr), 0);
+    ExpectError(ERR_BAD_PARAMETERS, "file_line_key_match");
+}
+
+class FileMatch : public ::testing::Test {
+protected:
+    void SetUp() override { list_ = VELKCSzListAlloc(0); }
+    void TearDown() override { VELKCSzListFree(list_); }
+    int Match(const char *line, std::initializer_list<const char *> items, const char *seps = "=\n")
+    {
+        VELKCSzListRemoveAll(list_);
+        for (const char *item : items) {
+            VELKCSzListPush(&list_, item);
+        }
+        return VELKCFileMatch(line, list_, seps);
+    }
+    SzList *list_ = nullptr;
+};
+
+TEST_F(FileMatch, TokensFromTheStart)
+{
+    EXPECT_EQ(Match("k1=v1\n", {"k1", "v1"}), 1);
+    EXPECT_EQ(Match("k1=v1\n", {"k1", "v2"}), 0);
+    EXPECT_EQ(Match("k1=v1\n", {"", "v1"}), 1); // wildcard
+    EXPECT_EQ(Match("k1=v1\n", {"k1"}), 1);      // more tokens than items
+    EXPECT_EQ(Match("k1=v1\n", {"k1", "v1", "x"}), 0);
+    EXPECT_EQ(Match("k1\n", {"k"}), 0);
+    EXPECT_EQ(Match("3:4\n", {"3", "4"}, ":\n"), 1);
+    EXPECT_EQ(Match("==k1==v1\n", {"k1", "v1"}), 1); // empty tokens skipped
+}
+
+TEST_F(FileMatch, CommentsMatchOnlyTheEmptyPattern)
+{
+    EXPECT_EQ(Match("#k1=v1\n", {"#k1"}), 0);
+    EXPECT_EQ(Match("#k1=v1\n", {}), 1);
+    EXPECT_EQ(VELKCFileMatch(";x\n", nullptr, "="), 1);
+}
+
+TEST_F(FileMatch, BadArguments)
+{
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCFileMatch(nullptr, list_, "="), -1);
+    ExpectError(ERR_BAD_PARAMETERS, "file_match");
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCFileMatch("a", list_, nullptr), -1);
+    ExpectError(ERR_BAD_PARAMETERS, "file_match");
+}
+
+TEST(Section, Headers)
+{
+    struct Case {
+        const char *line;
+        int isSection;
+        int matchesSec;
+    };
+    const Case cases[] = {
+        {"[sec]  \n", 1, 1}, {"[sec]\r\n", 1, 1}, {"[sec]\t\v\f", 1, 1}, {"[sec] x\n", 0, 0},
+        {"[ sec ]\n", 1, 0}, {"[sec\n", 0, 0},     {" [sec]\n", 0, 0},   {"[Sec]\n", 1, 0},
+        {"[secx]\n", 1, 0},  {"[se]c]\n", 1, 0},  {"[]\n", 1, 0},       {"[\n", 0, 0},
+    };
+    for (const Case &c : cases) {
+        const int len = static_cast<int>(std::char_traits<char>::length(c.line));
+        EXPECT_EQ(VELKCIFileIsSection(c.line, len), c.isSection) << c.line;
+        EXPECT_EQ(VELKCIFileMatchSection(c.line, len, "sec"), c.matchesSec) << c.line;
+    }
+    // Only len bytes are looked at.
+    EXPECT_EQ(VELKCIFileIsSection("[sec]xyz", 5), 1);
+    EXPECT_EQ(VELKCIFileMatchSection("[sec]xyz", 5, "sec"), 1);
+    EXPECT_EQ(VELKCIFileIsSection(nullptr, 5), 0);
+
+    VELKCErrSetEx(0, nullptr, 0);
+    EXPECT_EQ(VELKCIFileMatchSection(nullptr, 5, "sec"), -1);
+    ExpectError(ERR_BAD_PARAMETERS, "file_match_section");
+    EXPECT_EQ(VELKCIFileMatchSection("[sec]", 5, nullptr), -1);
+}
+
+TEST(CheckFormat, ElementsInOrder)
+{
+    for (const char *format : {"%s=%s\n", "%s=\"%s\"\n", "%s===[%s]\n", "# %s = %s ;\n"}) {
+        EXPECT_EQ(VELKCIFileCheckFormat(format), 1) << format;
+    }
+    EXPECT_EQ(VELKCIFileCheckFormat(nullptr), 1);
+
+    // The record's line numbers the first missing element.
+    struct Case {
+        const char *format;
+        int missing;
+    };
+    for (const Case c : {Case{"", 1}, Case{"=%s\n", 2}, Case{"%s\n", 2}, Case{"%s=\n", 3}, Case{"%s=%s", 4},
+                         Case{"%s<%s\n", 2}, Case{"%s\n=%s", 4}}) {
+        VELKCErrSetEx(0, nullptr, 0);
+        EXPECT_EQ(VELKCIFileCheckFormat(c.format), 0) << c.format;
+        ExpectError(ERR_FORMAT_ERROR, "file_check_format");
+        EXPECT_EQ(VELKCErrorGetLine(), c.missing) << c.format;
+    }
+}
+
+} // namespace

@@ -1,0 +1,295 @@
+// The string list: block accounting and growth, holes, sort modes, and
+// And/Or checked against a set model.
+#include <velkc.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct ListDeleter {
+    void operator()(SzList *p) const { VELKCSzListFree(p); }
+};
+using ListPtr = std::unique_ptr<SzList, ListDeleter>;
+
+// Pushes through a handle that growth may replace.
+void Push(ListPtr &list, const std::string &s)
+{
+    SzList *p = list.release();
+    ASSERT_GE(VELKCSzListPush(&p, s.c_str()), 0);
+    list.reset(p);
+}
+
+ListPtr MakeList(const std::vector<std::string> &items, int mode = OP_UNSORTED)
+{
+    ListPtr list(VELKCSzListAlloc(0));
+    for (const std::string &s : items) {
+        Push(list, s);
+    }
+    VELKCSzListSortItems(list.get(), mode);
+    return list;
+}
+
+std::vector<std::string> Items(const SzList *p)
+{
+    return std::vector<std::string>(p->pszItem, p->pszItem + p->nItem);
+}
+
+// Bytes the header, slots and strings take: what cbFree must account for.
+int AccountedBytes(const SzList *p)
+{
+    int cb = 32;
+    for (int i = 0; i < p->nItem; ++i) {
+        cb += 8 + (p->pszItem[i] == p->pszEmpty ? 0 : int(std::strlen(p->pszItem[i])) + 1);
+    }
+    return cb;
+}
+
+TEST(SzList, AllocRaisesSmallSizes)
+{
+    for (int size : {0, -5, 511}) {
+        ListPtr list(VELKCSzListAlloc(size));
+        ASSERT_NE(list, nullptr);
+        EXPECT_EQ(list->cbSize, 512);
+        EXPECT_EQ(list->cbFree, 480);
+        EXPECT_EQ(*list->pszEmpty, '\0');
+    }
+}
+
+TEST(SzList, GrowsByDoublingAndKeepsAccounting)
+{
+    std::mt19937 rng(7);
+    std::vector<std::string> texts;
+    ListPtr list(VELKCSzListAlloc(512));
+    for (int i = 0; i < 3000; ++i) {
+        texts.emplace_back(rng() % 200, char('a' + i % 26));
+        Push(list, texts.back());
+        ASSERT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
+        ASSERT_GE(list->cbFree, 0);
+    }
+    EXPECT_EQ(Items(list.get()), texts);
+    EXPECT_EQ(list->cbSize & (list->cbSize - 1), 0) << "sizes stay 512 times a power of two";
+}
+
+TEST(SzList, ExactFitDoesNotGrowAndNextPushDoes)
+{
+    ListPtr list(VELKCSzListAlloc(512));
+    Push(list, std::string(480 - 9, 'x')); // costs exactly the 480 free bytes
+    EXPECT_EQ(list->cbSize, 512);
+    EXPECT_EQ(list->cbFree, 0);
+    EXPECT_EQ(*list->pszEmpty, '\0');
+    EXPECT_EQ(std::strlen(list->pszItem[0]), 471u);
+    Push(list, "y");
+    EXPECT_EQ(list->cbSize, 1024);
+}
+
+TEST(SzList, PushNeedingSeveralDoublingsGrowsUntilItFits)
+{
+    ListPtr list(VELKCSzListAlloc(512));
+    Push(list, std::string(5000, 'z'));
+    EXPECT_EQ(list->cbSize, 8192);
+    EXPECT_EQ(list->cbFree, 8192 - 32 - 8 - 5001);
+}
+
+TEST(SzList, InsertBeyondEndLeavesHolesThatSurviveExpandAndClean)
+{
+    ListPtr list(VELKCSzListAlloc(512));
+    SzList *p = list.release();
+    ASSERT_EQ(VELKCSzListInsert(&p, 5, "five"), 5);
+    ASSERT_EQ(VELKCSzListInsert(&p, 7, ""), 7); // a real empty string, not a hole
+    list.reset(p);
+    EXPECT_EQ(list->nItem, 8);
+    EXPECT_EQ(list->cbFree, 480 - (5 * 8 + 13) - (8 + 9)); // holes 0-4 and 6 cost a slot each
+    EXPECT_EQ(VELKCSzListFind(list.get(), ""), 7);
+    EXPECT_STREQ(VELKCSzListGet(list.get(), 6), "");
+
+    list.reset(VELKCISzListExpand(list.release()));
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->cbSize, 1024);
+    for (int i : {0, 1, 2, 3, 4, 6}) {
+        EXPECT_EQ(list->pszItem[i], list->pszEmpty) << i;
+    }
+    EXPECT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
+
+    EXPECT_EQ(VELKCSzListClean(list.get()), 2);
+    EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"five", ""}));
+    EXPECT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
+}
+
+TEST(SzList, SortedInsertKeepsOrderAndDuplicates)
+{
+    for (int mode : {OP_SORTED, OP_UNICODE_SORTED}) {
+        ListPtr list = MakeList({}, mode);
+        std::mt19937 rng(mode);
+        for (int i = 0; i < 300; ++i) {
+            const std::string s = (i % 2 ? "k" : "K") + std::to_string(rng() % 50);
+            SzList *p = list.release();
+            const int at = VELKCSzListInsert(&p, 0, s.c_str()); // the index is ignored
+            list.reset(p);
+            ASSERT_GE(at, 0);
+            ASSERT_STREQ(list->pszItem[at], s.c_str());
+        }
+        ASSERT_EQ(list->nItem, 300);
+        for (int i = 1; i < list->nItem; ++i) {
+            const char *a = list->pszItem[i - 1];
+            const char *b = list->pszItem[i];
+            ASSERT_LE(mode == OP_SORTED ? std::strcmp(a, b) : VELKCUnicodeUTF8StrCaseCmp(a, b), 0);
+        }
+    }
+}
+
+TEST(SzList, SortItemsSortsOnlyUnsortedLists)
+{
+    ListPtr list = MakeList({"b", "C", "a"});
+    SzList *p = list.release();
+    ASSERT_EQ(VELKCSzListInsert(&p, 4, "D"), 4); // leaves a hole at 3
+    list.reset(p);
+
+    VELKCSzListSortItems(list.get(), OP_SORTED);
+    EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"C", "D", "a", "b"}));
+
+    // Already sorted: a different mode only relabels the list.
+    VELKCSzListSortItems(list.get(), OP_UNICODE_SORTED);
+    EXPECT_EQ(list->fMode, OP_UNICODE_SORTED);
+    EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"C", "D", "a", "b"}));
+
+    VELKCSzListSortItems(list.get(), OP_UNSORTED);
+    EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"C", "D", "a", "b"}));
+    VELKCSzListSortItems(list.get(), OP_UNICODE_SORTED);
+    EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"a", "b", "C", "D"}));
+}
+
+TEST(SzList, FindRefusesTheOtherSortedMode)
+{
+    ListPtr sorted = MakeList({"x"}, OP_SORTED);
+    ListPtr caseless = MakeList({"x"}, OP_UNICODE_SORTED);
+    VELKCErrSetEx(0, "test", 0);
+    EXPECT_EQ(VELKCSzListCaseFind(sorted.get(), "x"), -1);
+    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
+    EXPECT_EQ(VELKCSzListFind(caseless.get(), "x"), -1);
+    EXPECT_EQ(VELKCSzListCaseFind(caseless.get(), "X"), 0);
+}
+
+// Random lists of distinct words from a small pool, so they overlap.
+std::vector<std::string> RandomWords(std::mt19937 &rng)
+{
+    std::set<std::string> words;
+    const int n = int(rng() % 60);
+    while (int(words.size()) < n) {
+        words.insert("w" + std::to_string(rng() % 100));
+    }
+    std::vector<std::string> v(words.begin(), words.end());
+    std::shuffle(v.begin(), v.end(), rng);
+    return v;
+}
+
+std::multiset<std::string> AsSet(const SzList *p)
+{
+    const std::vector<std::string> v = Items(p);
+    return {v.begin(), v.end()};
+}
+
+bool IsSorted(const SzList *p)
+{
+    const std::vector<std::string> v = Items(p);
+    return std::is_sorted(v.begin(), v.end());
+}
+
+class SzListCombine : public ::testing::TestWithParam<std::pair<int, int>> {};
+
+TEST_P(SzListCombine, MatchesSetModel)
+{
+    const auto [mode1, mode2] = GetParam();
+    std::mt19937 rng(mode1 * 31 + mode2);
+    for (int round = 0; round < 40; ++round) {
+        const std::vector<std::string> a = RandomWords(rng);
+        const std::vector<std::string> b = RandomWords(rng);
+        std::set<std::string> both;
+        std::set<std::string> either(a.begin(), a.end());
+        either.insert(b.begin(), b.end());
+        for (const std::string &s : a) {
+            if (std::find(b.begin(), b.end(), s) != b.end()) {
+                both.insert(s);
+            }
+        }
+        const std::multiset<std::string> wantAnd(both.begin(), both.end());
+        const std::multiset<std::string> wantOr(either.begin(), either.end());
+        const bool bothSorted = mode1 != OP_UNSORTED && mode2 != OP_UNSORTED;
+
+        ListPtr l1 = MakeList(a, mode1);
+        ListPtr l2 = MakeList(b, mode2);
+        ListPtr andNew(VELKCSzListAnd(l1.get(), l2.get(), OP_NEW_LIST));
+        ASSERT_NE(andNew, nullptr);
+        EXPECT_EQ(AsSet(andNew.get()), wantAnd);
+        EXPECT_EQ(andNew->fMode, bothSorted ? mode1 : OP_UNSORTED);
+
+        SzList *p1 = l1.get();
+        ListPtr orNew(VELKCSzListOr(&p1, l2.get(), OP_NEW_LIST));
+        ASSERT_NE(orNew, nullptr);
+        EXPECT_EQ(AsSet(orNew.get()), wantOr);
+        EXPECT_EQ(orNew->fMode, bothSorted ? mode1 : OP_UNSORTED);
+        // The inputs of a new-list call are left as they were.
+        EXPECT_EQ(p1, l1.get());
+        EXPECT_EQ(AsSet(l1.get()), std::multiset<std::string>(a.begin(), a.end()));
+
+        ASSERT_EQ(VELKCSzListAnd(l1.get(), l2.get(), 0), l1.get());
+        EXPECT_EQ(AsSet(l1.get()), wantAnd);
+        EXPECT_EQ(l1->fMode, mode1);
+
+        ListPtr l3 = MakeList(a, mode1);
+        SzList *p3 = l3.release();
+        ASSERT_EQ(VELKCSzListOr(&p3, l2.get(), 0), p3);
+        l3.reset(p3);
+        EXPECT_EQ(AsSet(l3.get()), wantOr);
+        EXPECT_EQ(l3->fMode, mode1);
+        if (mode1 == OP_SORTED) {
+            EXPECT_TRUE(IsSorted(l1.get()));
+            EXPECT_TRUE(IsSorted(l3.get()));
+        }
+        EXPECT_EQ(AsSet(l2.get()), std::multiset<std::string>(b.begin(), b.end()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllModes, SzListCombine,
+                         ::testing::Values(std::pair{OP_UNSORTED, OP_UNSORTED},
+                                           std::pair{OP_UNSORTED, OP_SORTED},
+                                           std::pair{OP_SORTED, OP_UNSORTED},
+                                           std::pair{OP_SORTED, OP_SORTED},
+                                           std::pair{OP_UNSORTED, OP_UNICODE_SORTED},
+                                           std::pair{OP_UNICODE_SORTED, OP_UNSORTED},
+                                           std::pair{OP_UNICODE_SORTED, OP_UNICODE_SORTED}));
+
+// Two sorted lists merge duplicates pairwise: And keeps the smaller count of
+// each item, Or the larger.
+TEST(SzList, MergeOfSortedListsCountsDuplicates)
+{
+    ListPtr l1 = MakeList({"a", "a", "b", "c", "c", "c"}, OP_SORTED);
+    ListPtr l2 = MakeList({"a", "c", "c", "d", "d"}, OP_SORTED);
+    ListPtr andNew(VELKCSzListAnd(l1.get(), l2.get(), OP_NEW_LIST));
+    EXPECT_EQ(Items(andNew.get()), (std::vector<std::string>{"a", "c", "c"}));
+    SzList *p1 = l1.get();
+    ListPtr orNew(VELKCSzListOr(&p1, l2.get(), OP_NEW_LIST));
+    EXPECT_EQ(Items(orNew.get()), (std::vector<std::string>{"a", "a", "b", "c", "c", "c", "d", "d"}));
+}
+
+// An unknown flag works on list1 but never removes from it.
+TEST(SzList, UnknownFlagNeverRemoves)
+{
+    ListPtr l1 = MakeList({"x", "y"});
+    ListPtr l2 = MakeList({"y", "z"}, OP_SORTED);
+    ASSERT_EQ(VELKCSzListAnd(l1.get(), l2.get(), 255), l1.get());
+    EXPECT_EQ(Items(l1.get()), (std::vector<std::string>{"x", "y"}));
+    SzList *p1 = l1.release();
+    ASSERT_EQ(VELKCSzListOr(&p1, l2.get(), 255), p1);
+    l1.reset(p1);
+    EXPECT_EQ(Items(l1.get()), (std::vector<std::string>{"x", "y", "y", "z"}));
+}
+
+} // namespace

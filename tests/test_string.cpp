@@ -1,0 +1,261 @@
+// Byte-string functions: round trips on random input, buffer bounds and
+// growth, checked against simple models built on std::string.
+#include <velkc.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::mt19937 &Rng()
+{
+    static std::mt19937 rng(20240607);
+    return rng;
+}
+
+// A random text over `alphabet`, 0 to maxLen bytes.
+std::string RandomText(const std::string &alphabet, std::size_t maxLen)
+{
+    std::uniform_int_distribution<std::size_t> len(0, maxLen), pick(0, alphabet.size() - 1);
+    std::string text(len(Rng()), '\0');
+    for (char &c : text) {
+        c = alphabet[pick(Rng())];
+    }
+    return text;
+}
+
+// Every non-NUL byte, with the escape-relevant ones over-represented.
+std::string AllBytes()
+{
+    std::string bytes = ":;:;:;";
+    for (int b = 1; b < 256; ++b) {
+        bytes += static_cast<char>(b);
+    }
+    return bytes;
+}
+
+std::string EncodeModel(const std::string &s)
+{
+    std::string out;
+    for (char c : s) {
+        out += c == ':' ? ";," : c == ';' ? ";;" : std::string(1, c);
+    }
+    return out;
+}
+
+TEST(ColonEscape, RoundTripAtTheExactBound)
+{
+    const std::string alphabet = AllBytes();
+    for (int round = 0; round < 500; ++round) {
+        const std::string text = RandomText(alphabet, 64);
+        const std::string encoded = EncodeModel(text);
+        const int cb = static_cast<int>(encoded.size());
+        // A declared size of exactly the encoded length fits; the terminator
+        // takes the one extra byte. Heap buffers let the sanitizer see overruns.
+        std::vector<char> enc(encoded.size() + 1);
+        ASSERT_EQ(VELKCStrEncodeColon(text.c_str(), enc.data(), cb), cb) << text;
+        ASSERT_EQ(std::string(enc.data()), encoded);
+        if (cb > 0) {
+            EXPECT_EQ(VELKCStrEncodeColon(text.c_str(), enc.data(), cb - 1), -1);
+            EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
+        }
+
+        std::vector<char> dec(encoded.size() + 1);
+        ASSERT_EQ(VELKCStrDecodeColon(enc.data(), dec.data(), cb), static_cast<int>(text.size()));
+        ASSERT_EQ(std::string(dec.data()), text);
+        if (cb > 0) {
+            EXPECT_EQ(VELKCStrDecodeColon(enc.data(), dec.data(), cb - 1), -1);
+            EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
+        }
+    }
+}
+
+TEST(ColonEscape, DecodeStopsAtABadOrDanglingEscape)
+{
+    char out[16];
+    EXPECT_EQ(VELKCStrDecodeColon("ab;", out, 15), 2);
+    EXPECT_STREQ(out, "ab");
+    EXPECT_EQ(VELKCStrDecodeColon("a;,;x;;", out, 15), 2);
+    EXPECT_STREQ(out, "a:");
+}
+
+// What the trimming functions should give: the set stripped from both ends,
+// then, for VELKCStrTrimSpace, one pair of enclosing quotes.
+std::string TrimModel(const std::string &s, const std::string &set, bool unquote)
+{
+    const std::size_t first = s.find_first_not_of(set);
+    if (first == std::string::npos) {
+        return "";
+    }
+    std::string t = s.substr(first, s.find_last_not_of(set) - first + 1);
+    if (unquote && t.size() >= 2 && t.front() == '"' && t.back() == '"') {
+        t = t.substr(1, t.size() - 2);
+    }
+    return t;
+}
+
+TEST(Trim, RandomInputMatchesModelInPlaceAndIntoABuffer)
+{
+    // Vertical tab and form feed are not whitespace here.
+    const std::string alphabet = "ab \t\n\r\v\f\"";
+    for (int round = 0; round < 2000; ++round) {
+        const std::string text = RandomText(alphabet, 12);
+        for (bool unquote : {false, true}) {
+            const std::string want = TrimModel(text, " \t\n\r", unquote);
+            std::vector<char> in(text.begin(), text.end());
+            in.push_back('\0');
+            std::vector<char> out(text.size() + 1, 'x');
+            auto trim = [&](char *input, char *output) {
+                return unquote ? VELKCStrTrimSpace(input, output) : VELKCStrTrim(input, output, nullptr);
+            };
+            ASSERT_EQ(trim(in.data(), out.data()), static_cast<int>(want.size())) << '[' << text << ']';
+            ASSERT_EQ(std::string(out.data()), want);
+            ASSERT_EQ(trim(in.data(), nullptr), static_cast<int>(want.size()));
+            ASSERT_EQ(std::string(in.data()), want);
+        }
+    }
+}
+
+TEST(Trim, OutputInsideTheTextIsRefusedBeforeOrAfterIsNot)
+{
+    // One buffer: room before the input " ab " and after its terminator.
+    char buf[16] = {};
+    char *in = buf + 5;
+    std::strcpy(in, " ab ");
+    for (int k = 1; k <= 4; ++k) {
+        VELKCErrSetEx(0, "test", 0);
+        EXPECT_EQ(VELKCStrTrim(in, in + k, nullptr), -1) << k;
+        EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
+        EXPECT_EQ(VELKCStrTrimSpace(in, in + k), -1) << k;
+    }
+    EXPECT_STREQ(in, " ab ");
+    // Just past the terminator: a separate buffer as far as the rule goes.
+    EXPECT_EQ(VELKCStrTrim(in, in + 5, nullptr), 2);
+    EXPECT_STREQ(in + 5, "ab");
+    // Before the input, even overlapping it: a forward copy is safe.
+    EXPECT_EQ(VELKCStrTrim(in, in - 2, nullptr), 2);
+    EXPECT_STREQ(in - 2, "ab");
+}
+
+TEST(Replace, BufferBoundsIntoAnOutputAndInPlace)
+{
+    struct Case {
+        const char *input, *old, *replacement, *want;
+    };
+    const Case cases[] = {
+        {"one two", "two", "three", "one three"}, // grows at the end
+        {"one two", "one", "1", "1 two"},         // shrinks at the start
+        {"aaa", "a", "bb", "bbaa"},               // first occurrence only
+        {"abc", "", "x", "xabc"},                 // empty key: insert in front
+    };
+    for (const Case &c : cases) {
+        const int needed = static_cast<int>(std::strlen(c.input) + 1 + std::strlen(c.replacement) -
+                                            std::strlen(c.old));
+        std::vector<char> out(static_cast<std::size_t>(needed));
+        EXPECT_EQ(VELKCStrReplace(const_cast<char *>(c.input), c.old, c.replacement, out.data(), needed), 1);
+        EXPECT_STREQ(out.data(), c.want);
+        EXPECT_EQ(VELKCStrReplace(const_cast<char *>(c.input), c.old, c.replacement, out.data(), needed - 1), -1);
+        EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
+
+        // In place the buffer must hold the longer of the two texts.
+        std::vector<char> buf(std::max<std::size_t>(needed, std::strlen(c.input) + 1));
+        std::strcpy(buf.data(), c.input);
+        EXPECT_EQ(VELKCStrReplace(buf.data(), c.old, c.replacement, nullptr, static_cast<int>(buf.size())), 1);
+        EXPECT_STREQ(buf.data(), c.want);
+    }
+}
+
+TEST(Cat, GrowsAcrossManyAppendsByItsRule)
+{
+    char *dest = nullptr;
+    int cb = 0;
+    EXPECT_EQ(VELKCStrCat(&dest, &cb, ""), 0);
+    EXPECT_EQ(VELKCStrCat(&dest, &cb, nullptr), 0);
+    EXPECT_EQ(dest, nullptr); // nothing to append: nothing allocated
+
+    std::string model;
+    int capacity = 0;
+    std::uniform_int_distribution<int> shortOrLong(0, 9), shortLen(1, 300), longLen(1020, 3000);
+    for (int round = 0; round < 300; ++round) {
+        const int len = shortOrLong(Rng()) == 0 ? longLen(Rng()) : shortLen(Rng());
+        const std::string piece(static_cast<std::size_t>(len), static_cast<char>('a' + round % 26));
+        if (capacity == 0) {
+            capacity = len < 1023 ? 1024 : len + 1;
+        } else if (model.size() + piece.size() >= static_cast<std::size_t>(capacity)) {
+            capacity += len > 1022 ? len + 1 : 1024;
+        }
+        model += piece;
+        ASSERT_EQ(VELKCStrCat(&dest, &cb, piece.c_str()), 0);
+        ASSERT_EQ(cb, capacity) << "round " << round;
+        ASSERT_EQ(std::string(dest), model);
+    }
+    std::free(dest);
+}
+
+// Joins `items` with `sep` into a fresh buffer.
+std::string Join(std::vector<const char *> items, const char *sep)
+{
+    char *out = nullptr;
+    int cb = 0;
+    const int rc = VELKCStrJoin(const_cast<char **>(items.data()), static_cast<int>(items.size()), sep, &out, &cb);
+    std::string joined = rc == 0 ? std::string(out) : std::string("<error>");
+    std::free(out);
+    return joined;
+}
+
+TEST(Join, EdgeCases)
+{
+    EXPECT_EQ(Join({"a", ""}, ","), "a,");         // an empty item still gets its separator
+    EXPECT_EQ(Join({"", ""}, ","), ",");
+    EXPECT_EQ(Join({nullptr, "a", nullptr}, ", "), "a");
+    EXPECT_EQ(Join({"a", "b", "c"}, ""), "abc");
+    EXPECT_EQ(Join({"a", "b"}, "<->"), "a<->b");
+    EXPECT_EQ(Join({"", ""}, ""), "<error>");    // nothing at all to write
+    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
+}
+
+TEST(Join, ReusesALargeBufferAndGrowsASmallOne)
+{
+    const char *items[] = {"alpha", "beta"};
+    char **rgsz = const_cast<char **>(items);
+
+    int cb = 64;
+    char *out = static_cast<char *>(std::malloc(static_cast<std::size_t>(cb)));
+    std::memset(out, 'x', static_cast<std::size_t>(cb));
+    char *const before = out;
+    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "/", &out, &cb), 0);
+    EXPECT_EQ(out, before);
+    EXPECT_EQ(cb, 64);
+    EXPECT_STREQ(out, "alpha/beta");
+    EXPECT_EQ(out[63], '\0'); // the whole buffer is cleared first
+
+    cb = 4;
+    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "/", &out, &cb), 0);
+    EXPECT_EQ(cb, 12); // both items, both separators, the terminator
+    EXPECT_STREQ(out, "alpha/beta");
+    std::free(out);
+}
+
+TEST(SepPair, ValueKeepsFurtherEqualsAndLosesOneQuotePair)
+{
+    SzList *list = VELKCSzListAlloc(0);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(VELKCStrSepPair(" \"key\" = \"a=b \" ", &list), 0);
+    EXPECT_EQ(VELKCStrSepPair("k=", &list), 0);
+    ASSERT_EQ(list->nItem, 4);
+    EXPECT_STREQ(list->pszItem[0], "key");
+    EXPECT_STREQ(list->pszItem[1], "a=b ");
+    EXPECT_STREQ(list->pszItem[2], "k");
+    EXPECT_STREQ(list->pszItem[3], "");
+    EXPECT_EQ(VELKCStrSepPair("no pair", &list), -1);
+    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
+    EXPECT_EQ(list->nItem, 4);
+    VELKCSzListFree(list);
+}
+
+} // namespace
