@@ -3,7 +3,9 @@
 #include <velkc.h>
 
 #include <gtest/gtest.h>
+#include <functional>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -63,19 +65,6 @@ TEST(LineMatch, IgnoreCase)
     EXPECT_EQ(VELKCILineMatch("Ölfeld\n", "öl", MATCH_FLAG_PREFIX | MATCH_FLAG_IGNORE_CASE), 1);
 }
 
-TEST(LineMatch, BadArguments)
-{
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCILineMatch(nullptr, "a", 0), 0);
-    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCILineMatch("a", nullptr, 0), 0);
-    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCILineMatch("a", "a", -1), 0);
-    ExpectError(ERR_BAD_PARAMETERS, "file_line_match");
-}
-
 TEST(LineKeyMatch, KeysAreTrimmedAndExact)
 {
     std::string cut;
@@ -101,17 +90,6 @@ TEST(LineKeyMatch, CommentsAreNotKeyLines)
     EXPECT_EQ(cut, "#k=v\n"); // left whole
     EXPECT_EQ(KeyMatch(";k=v\n", ";k"), 0);
     EXPECT_EQ(KeyMatch(" #k=v\n", "#k"), 1);
-}
-
-TEST(LineKeyMatch, BadArguments)
-{
-    char line[] = "k=v";
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCILineKeyMatch(nullptr, "k"), 0);
-    ExpectError(ERR_BAD_PARAMETERS, "file_line_key_match");
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCILineKeyMatch(line, nullptr), 0);
-    ExpectError(ERR_BAD_PARAMETERS, "file_line_key_match");
 }
 
 class FileMatch : public ::testing::Test {
@@ -148,16 +126,6 @@ TEST_F(FileMatch, CommentsMatchOnlyTheEmptyPattern)
     EXPECT_EQ(VELKCFileMatch(";x\n", nullptr, "="), 1);
 }
 
-TEST_F(FileMatch, BadArguments)
-{
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCFileMatch(nullptr, list_, "="), -1);
-    ExpectError(ERR_BAD_PARAMETERS, "file_match");
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCFileMatch("a", list_, nullptr), -1);
-    ExpectError(ERR_BAD_PARAMETERS, "file_match");
-}
-
 TEST(Section, Headers)
 {
     struct Case {
@@ -179,11 +147,27 @@ TEST(Section, Headers)
     EXPECT_EQ(VELKCIFileIsSection("[sec]xyz", 5), 1);
     EXPECT_EQ(VELKCIFileMatchSection("[sec]xyz", 5, "sec"), 1);
     EXPECT_EQ(VELKCIFileIsSection(nullptr, 5), 0);
+}
 
-    VELKCErrSetEx(0, nullptr, 0);
-    EXPECT_EQ(VELKCIFileMatchSection(nullptr, 5, "sec"), -1);
-    ExpectError(ERR_BAD_PARAMETERS, "file_match_section");
-    EXPECT_EQ(VELKCIFileMatchSection("[sec]", 5, nullptr), -1);
+TEST(LineModel, BadArguments)
+{
+    char line[] = "k=v";
+    const std::tuple<const char *, std::function<int()>, int> calls[] = {
+        {"file_line_match", [] { return VELKCILineMatch(nullptr, "a", 0); }, 0},
+        {"file_line_match", [] { return VELKCILineMatch("a", nullptr, 0); }, 0},
+        {"file_line_match", [] { return VELKCILineMatch("a", "a", -1); }, 0},
+        {"file_line_key_match", [] { return VELKCILineKeyMatch(nullptr, "k"); }, 0},
+        {"file_line_key_match", [&] { return VELKCILineKeyMatch(line, nullptr); }, 0},
+        {"file_match", [] { return VELKCFileMatch(nullptr, nullptr, "="); }, -1},
+        {"file_match", [] { return VELKCFileMatch("a", nullptr, nullptr); }, -1},
+        {"file_match_section", [] { return VELKCIFileMatchSection(nullptr, 5, "sec"); }, -1},
+        {"file_match_section", [] { return VELKCIFileMatchSection("[sec]", 5, nullptr); }, -1},
+    };
+    for (const auto &[source, call, failure] : calls) {
+        VELKCErrSetEx(0, nullptr, 0);
+        EXPECT_EQ(call(), failure) << source;
+        ExpectError(ERR_BAD_PARAMETERS, source);
+    }
 }
 
 TEST(CheckFormat, ElementsInOrder)

@@ -22,17 +22,9 @@ START_TEST(BlKOVAFileCheckKeyValueNULLArg)
 }
 END_TEST
 
-// Sets a key and checks that the ".tmp" sibling was left alone.
-#define SET_KEY(key, value, format)                                                      \
-    do {                                                                                 \
-        VELK_RESET();                                                                    \
-        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, key, value, format), >=, 0); \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                             \
-    } while (0)
-
-#define CHECK_KEY(key, value, defaultResult, expected)                                           \
-    do {                                                                                         \
-        VELK_RESET();                                                                            \
+#define CHECK_KEY(key, value, defaultResult, expected)                                                   \
+    do {                                                                                                 \
+        VELK_RESET();                                                                                    \
         VELK_ASSERT_INT_ERR(VELKCFileCheckKeyValue(TEST_FILE, key, value, defaultResult), ==, expected); \
     } while (0)
 
@@ -41,9 +33,9 @@ START_TEST(BlKOVAFileCheckKeyValueTest)
     static const char *rgszKeys[] = {"k1=v1", "k2=\"v2\"", "k3=\"v3\"", NULL};
 
     FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    SET_KEY("k1", "v1", NULL);
-    SET_KEY("k2", "\"v2\"", NULL);
-    SET_KEY("k3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_KEY("k1", "v1", NULL);
+    FILE_SUITE_SET_KEY("k2", "\"v2\"", NULL);
+    FILE_SUITE_SET_KEY("k3", "v3", "%s=\"%s\"\n");
     FILE_SUITE_CHECK(TEST_FILE, rgszKeys);
 
     // An absent key gives the default.

@@ -28,15 +28,6 @@ START_TEST(VELKFileGetKeyValueTestNULLArgs)
 }
 END_TEST
 
-// Sets a key and checks that the ".tmp" sibling was left alone.
-#define SET_KEY(key, value, format)                                                \
-    do {                                                                           \
-        VELK_RESET();                                                              \
-        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, key, value, format), ==, 1); \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                              \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                       \
-    } while (0)
-
 START_TEST(VELKFileGetKeyValueTest)
 {
     static const char *rgszKeys[] = {"k1=v1", "k2=\"v2\"", "k3=\"v3\"", NULL};
@@ -46,9 +37,9 @@ START_TEST(VELKFileGetKeyValueTest)
     char szBuf[64];
 
     FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    SET_KEY("k1", "v1", NULL);
-    SET_KEY("k2", "\"v2\"", NULL);
-    SET_KEY("k3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_KEY("k1", "v1", NULL);
+    FILE_SUITE_SET_KEY("k2", "\"v2\"", NULL);
+    FILE_SUITE_SET_KEY("k3", "v3", "%s=\"%s\"\n");
     FILE_SUITE_CHECK(TEST_FILE, rgszKeys);
 
     // Values read back without their quotes; the size counts the NUL.

@@ -30,22 +30,13 @@ START_TEST(VELKVELKFileGetKeysTestNULLArgs)
 }
 END_TEST
 
-// Sets a key and checks that the ".tmp" sibling was left alone.
-#define SET_KEY(key, value, format)                                                \
-    do {                                                                           \
-        VELK_RESET();                                                              \
-        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, key, value, format), ==, 1); \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                              \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                       \
-    } while (0)
-
 // Reads the wanted keys split at seps into an emptied hash.
-#define GET_KEYS(seps, expected)                                                              \
-    do {                                                                                      \
-        VELKCHashRemoveAll(pshHash);                                                          \
-        VELK_RESET();                                                                         \
+#define GET_KEYS(seps, expected)                                                                \
+    do {                                                                                        \
+        VELKCHashRemoveAll(pshHash);                                                            \
+        VELK_RESET();                                                                           \
         VELK_ASSERT_INT_ERR(VELKCFileGetKeys(TEST_FILE, pslKey, &pshHash, seps), ==, expected); \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                         \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                           \
     } while (0)
 
 START_TEST(VELKFileGetKeysFindTest)
@@ -58,10 +49,10 @@ START_TEST(VELKFileGetKeysFindTest)
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     VELK_ASSERT_PTR(pshHash, !=, NULL);
     FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    SET_KEY("test1", "v1", NULL);
-    SET_KEY("test2", "\"v2\"", NULL);
-    SET_KEY("test3", "v3", "%s=\"%s\"\n");
-    SET_KEY("test4", "v4", "%s<\"%s\"\n");
+    FILE_SUITE_SET_KEY("test1", "v1", NULL);
+    FILE_SUITE_SET_KEY("test2", "\"v2\"", NULL);
+    FILE_SUITE_SET_KEY("test3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_KEY("test4", "v4", "%s<\"%s\"\n");
     FILE_SUITE_CHECK(TEST_FILE, rgszLines);
     for (int i = 0; i < 4; ++i) {
         VELK_ASSERT_INT(VELKCSzListPush(&pslKey, rgszKey[i]), ==, i);
@@ -96,9 +87,9 @@ START_TEST(VELKFileGetKeysNotFindTest)
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     VELK_ASSERT_PTR(pshHash, !=, NULL);
     FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    SET_KEY("test1", "v1", NULL);
-    SET_KEY("test2", "\"v2\"", NULL);
-    SET_KEY("test3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_KEY("test1", "v1", NULL);
+    FILE_SUITE_SET_KEY("test2", "\"v2\"", NULL);
+    FILE_SUITE_SET_KEY("test3", "v3", "%s=\"%s\"\n");
     FILE_SUITE_CHECK(TEST_FILE, rgszLines);
 
     // Absent keys are no error; "test" is a prefix of every key but none.

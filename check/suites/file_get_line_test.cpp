@@ -2,13 +2,13 @@
 #include "file_suite_data.hpp"
 
 // Searches the scratch file and expects the line found.
-#define GET_LINE(pattern, flags, expected)                                                          \
-    do {                                                                                            \
-        VELK_RESET();                                                                               \
+#define GET_LINE(pattern, flags, expected)                                                         \
+    do {                                                                                           \
+        VELK_RESET();                                                                              \
         VELK_ASSERT_INT_ERR(VELKCFileGetLine(TEST_FILE, pattern, szBuf, sizeof(szBuf), flags), ==, \
-                            (int)sizeof(expected));                                                 \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                               \
-        VELK_ASSERT_STR(szBuf, expected);                                                           \
+                            (int)sizeof(expected));                                                \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                              \
+        VELK_ASSERT_STR(szBuf, expected);                                                          \
     } while (0)
 
 START_TEST(VELKFileGetLineTest)

@@ -11,7 +11,7 @@
 #define FILE_DATA_FOUR_LINES "abc\nabcd\nDef\ndEfBc"
 #define FILE_DATA_NUMBERS "1\n0\n5\n2\n3\n4\n5\n6"
 #define FILE_DATA_NUMBERS_PAIR "1\n2\n3\n3:4\n5"
-#define FILE_DATA_TELNET                                                                           \
+#define FILE_DATA_TELNET                                                                             \
     "telnet\ntel\nnet\ntelnet tt\n telnet\n# #telnet\n##telnet\ntel net telnet\n   #telnet telnet\n" \
     "telnet telnet\n# telnet"
 #define FILE_DATA_SHORT_TELNET "telnet\ntel\nnet\ntelnet tt\nelnet ts\ntelnet"
@@ -36,18 +36,28 @@ inline const char *grgszShortTelnetLines[] = {"telnet", "tel", "net", "telnet tt
 
 // Writes text into the scratch file and into its ".tmp" sibling, which no
 // library function may touch.
-#define FILE_SUITE_WRITE_BOTH(text)           \
-    do {                                      \
+#define FILE_SUITE_WRITE_BOTH(text)              \
+    do {                                         \
         FILE_SUITE_WRITE(TEST_FILE, (text));     \
         FILE_SUITE_WRITE(TEST_FILE_TMP, (text)); \
+    } while (0)
+
+// Sets a key in the scratch file; its ".tmp" sibling, set up with the four
+// keys, must stay as it was.
+#define FILE_SUITE_SET_KEY(key, value, format)                                                 \
+    do {                                                                                       \
+        VELK_RESET();                                                                          \
+        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, (key), (value), (format)), ==, 1); \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                          \
+        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                                   \
     } while (0)
 
 // The file holds exactly these lines ('#' lines skipped).
 #define FILE_SUITE_CHECK(path, lines) VELK_ASSERT(CheckFileWithGetline((path), (lines)) == 0)
 
 // Both files still hold these lines.
-#define FILE_SUITE_CHECK_BOTH(lines)             \
-    do {                                         \
+#define FILE_SUITE_CHECK_BOTH(lines)              \
+    do {                                          \
         FILE_SUITE_CHECK(TEST_FILE, (lines));     \
         FILE_SUITE_CHECK(TEST_FILE_TMP, (lines)); \
     } while (0)

@@ -22,6 +22,29 @@ velkc::Status AppendInPlace(velkc::Rewrite &rw, bool unterminated, const char *s
     return velkc::Sync(out);
 }
 
+// Copies the target with szLine before, or after, its line number match.
+// A matched last line without "\n" gets one before the new line.
+velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, bool after)
+{
+    const velkc::Output &out = rw.out();
+    long index = 0;
+    return rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
+        if (index++ != match) {
+            return out.Write(line.view());
+        }
+        if (!after) {
+            if (velkc::Status status = out.Line(szLine)) {
+                return status;
+            }
+            return out.Write(line.view());
+        }
+        if (velkc::Status status = out.Terminated(line.view())) {
+            return status;
+        }
+        return out.Line(szLine);
+    });
+}
+
 } // namespace
 
 extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags)
@@ -68,28 +91,12 @@ extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const
     if (velkc::Status status = rw.CreateTemp()) {
         return VELKC_FAIL(status);
     }
-    const velkc::Output &out = rw.out();
     if (szPattern == nullptr) { // the new line becomes the first
-        if (velkc::Status status = out.Line(szLine)) {
+        if (velkc::Status status = rw.out().Line(szLine)) {
             return VELKC_FAIL(status);
         }
     }
-    long index = 0;
-    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
-        if (index++ != match) {
-            return out.Write(line.view());
-        }
-        if (!after) {
-            if (velkc::Status s = out.Line(szLine)) {
-                return s;
-            }
-            return out.Write(line.view());
-        }
-        if (velkc::Status s = out.Terminated(line.view())) {
-            return s;
-        }
-        return out.Line(szLine);
-    });
+    velkc::Status status = CopyInserting(rw, match, szLine, after);
     if (status == velkc::kOk) {
         status = rw.Commit();
     }

@@ -55,7 +55,7 @@ extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern,
         // An empty pattern matches every line, so the line goes first.
         const int match = VELKCFileMatch(line.data(), pPattern, szSeps);
         if (match < 0) {
-            return velkc::kRecorded;
+            return velkc::kLeaveRecord;
         }
         if (match == 0) {
             return out.Write(line.view());

@@ -9,6 +9,7 @@
 #include <climits>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace {
 

@@ -31,7 +31,7 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
             found = true;
             // The old header goes; the replacement takes its place.
             if (replace && VELKCFileHash2File(out.stream(), newName, pHash, szFormat) != 0) {
-                return velkc::kRecorded;
+                return velkc::kLeaveRecord;
             }
             return velkc::kOk;
         }

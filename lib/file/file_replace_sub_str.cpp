@@ -13,12 +13,12 @@ velkc::Status ReplaceAll(const velkc::Output &out, std::string_view line, std::s
 {
     for (std::size_t pos; (pos = line.find(from)) != std::string_view::npos;) {
         if (out.Write(line.substr(0, pos)) || out.Write(to)) {
-            return velkc::kRecorded; // a failed write gives -1 without a code
+            return velkc::kLeaveRecord; // a failed write gives -1 without a code
         }
         line.remove_prefix(pos + from.size());
         ++count;
     }
-    return out.Write(line) ? velkc::kRecorded : velkc::kOk;
+    return out.Write(line) ? velkc::kLeaveRecord : velkc::kOk;
 }
 
 } // namespace

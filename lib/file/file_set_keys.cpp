@@ -39,11 +39,11 @@ velkc::Status AppendPending(const velkc::Output &out, const SzHash *pPending, co
 {
     velkc::OwnedList keys(VELKCSzListAlloc(512));
     if (!keys) {
-        return velkc::kRecorded;
+        return velkc::kLeaveRecord;
     }
     if (VELKCSzHashEnumKey(pPending, keys.address()) < 0) {
         VELKC_LOG(LOG_ERR, "VELKCSzHashEnumKey() failed!");
-        return velkc::kRecorded;
+        return velkc::kLeaveRecord;
     }
     for (int i = 0; i < keys->nItem; ++i) {
         const char *key = keys->pszItem[i];
@@ -53,6 +53,65 @@ velkc::Status AppendPending(const velkc::Output &out, const SzHash *pPending, co
     }
     return velkc::kOk;
 }
+
+// Opens the target; a missing one is rewritten as if it had been empty and
+// becomes a file of mode 0644 owned by the caller's real user and group.
+velkc::Status Begin(velkc::Rewrite &rw)
+{
+    switch (rw.OpenTarget()) {
+    case velkc::Rewrite::Target::kOpened:
+        return rw.Begin();
+    case velkc::Rewrite::Target::kMissing:
+        return rw.BeginWithoutTarget(getuid(), getgid(), 0644);
+    case velkc::Rewrite::Target::kFailed:
+        break;
+    }
+    return ERR_OPEN_FAILED;
+}
+
+// Decides each line: a key to drop goes, a pending key's line is replaced by
+// its pair, anything else is copied. Handled keys leave their table, so
+// only a key's first line is dropped or replaced.
+class LineEditor {
+public:
+    LineEditor(const velkc::Output &out, SzHash *pPending, SzHash *pRemoving, const char *format) noexcept
+        : out_(out), pending_(pPending), removing_(pRemoving), format_(format)
+    {
+    }
+
+    velkc::Status operator()(const velkc::LineReader &line)
+    {
+        if (velkc::IsCommentLine(line.data())) {
+            return out_.Write(line.view());
+        }
+        const char *key = KeyOf(copy_, line.view());
+        if (key == nullptr) {
+            return ERR_OUT_OF_MEMORY;
+        }
+        if (key[0] == '\0') {
+            return out_.Write(line.view());
+        }
+        if (removing_ != nullptr && VELKCSzHashRemoveKey(removing_, key) != nullptr) {
+            return velkc::kOk;
+        }
+        const char *value = VELKCSzHashRemoveKey(pending_, key);
+        if (value == nullptr) {
+            return out_.Write(line.view());
+        }
+        const velkc::Status status = out_.Pair(format_, key, value);
+        if (status != velkc::kOk) {
+            VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%s, szFormat=%s", line.data(), format_);
+        }
+        return status;
+    }
+
+private:
+    const velkc::Output &out_;
+    SzHash *pending_;
+    SzHash *removing_;
+    const char *format_;
+    velkc::LineCopy copy_;
+};
 
 } // namespace
 
@@ -69,51 +128,14 @@ extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemo
         return -1; // the allocator has recorded the failure
     }
     velkc::Rewrite rw(szFile, {.readError = ERR_WRITE_FAILED});
-    velkc::Status status = velkc::kOk;
-    switch (rw.OpenTarget()) {
-    case velkc::Rewrite::Target::kOpened:
-        status = rw.Begin();
-        break;
-    case velkc::Rewrite::Target::kMissing: // a new file, as if it had been empty
-        status = rw.BeginWithoutTarget(getuid(), getgid(), 0644);
-        break;
-    case velkc::Rewrite::Target::kFailed:
-        status = ERR_OPEN_FAILED;
-        break;
+    velkc::Status status = Begin(rw);
+    if (status == velkc::kOk) {
+        status = rw.CopyLines(LineEditor(rw.out(), pending.get(), removing.get(), format));
     }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
-    }
-    const velkc::Output &out = rw.out();
-    velkc::LineCopy copy;
-    status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
-        if (velkc::IsCommentLine(line.data())) {
-            return out.Write(line.view());
-        }
-        const char *key = KeyOf(copy, line.view());
-        if (key == nullptr) {
-            return ERR_OUT_OF_MEMORY;
-        }
-        if (key[0] == '\0') {
-            return out.Write(line.view());
-        }
-        if (removing && VELKCSzHashRemoveKey(removing.get(), key) != nullptr) {
-            return velkc::kOk; // dropped
-        }
-        const char *value = VELKCSzHashRemoveKey(pending.get(), key);
-        if (value == nullptr) {
-            return out.Write(line.view());
-        }
-        const velkc::Status s = out.Pair(format, key, value);
-        if (s != velkc::kOk) {
-            VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%s, szFormat=%s", line.data(), format);
-        }
-        return s;
-    });
     if (status == velkc::kOk && VELKCSzHashPairNum(pending.get()) > 0) {
         status = rw.SeparateFromLastLine();
         if (status == velkc::kOk) {
-            status = AppendPending(out, pending.get(), format);
+            status = AppendPending(rw.out(), pending.get(), format);
         }
     }
     if (status == velkc::kOk) {

@@ -22,7 +22,7 @@ extern "C" int VELKCFileSetLineByKey(const char *szFile, const SzList *pPattern,
     velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
         const int match = VELKCFileMatch(line.data(), pPattern, szSeps);
         if (match < 0) {
-            return velkc::kRecorded;
+            return velkc::kLeaveRecord;
         }
         if (match == 0) {
             return rw.out().Write(line.view());

@@ -123,7 +123,7 @@ Status Rewrite::CreateTemp()
     std::snprintf(tempName_, sizeof tempName_, "%s.XXXXXX", path_);
     temp_ = VELKCFileTempFileOpen(tempName_);
     if (temp_ == nullptr) {
-        return kRecorded;
+        return kLeaveRecord;
     }
     tempExists_ = true;
     out_ = Output(temp_, policy_.quotaError);

@@ -13,9 +13,9 @@
 //   s = rw.CopyLines([&](const velkc::LineReader &line) { return rw.out().Write(line.view()); });
 //   ... s = rw.Commit(); ...
 //
-// The steps set no error record. They return a Status: 0, or the code that
-// the calling writer records at its own failure site with VELKC_FAIL, so the
-// record names the writer's source.
+// The steps set no error record of their own. They return a Status: 0, or
+// the code that the calling writer records at its own failure site with
+// VELKC_FAIL, so that the record names the writer's source.
 #pragma once
 
 #include "internal.hpp"
@@ -33,14 +33,15 @@ namespace velkc {
 // 0 on success, else an error code for the caller to record.
 using Status = unsigned int;
 inline constexpr Status kOk = ERR_SUCCESS;
-// A failure that must leave the record alone: a library function called on
-// the way has recorded it already, or the writer reports it without a code.
-inline constexpr Status kRecorded = ~0u;
+// A failure that leaves the record alone: a library function called on the
+// way (VELKCFileTempFileOpen, a predicate, VELKCFileHash2File) has recorded
+// it already, or the writer reports it without a code.
+inline constexpr Status kLeaveRecord = ~0u;
 
 // Records a failed step at the caller's site and gives the writers' -1.
 inline int FailWith(Status status, const char *source, int line)
 {
-    if (status != kRecorded) {
+    if (status != kLeaveRecord) {
         VELKCErrSetEx(status, source, line);
     }
     return -1;
