@@ -29,7 +29,7 @@ TEST_F(Writers, MissingFileIsCreatedOrRefused)
     // Writers that make a missing file, and what they put in it.
     const std::map<std::string, std::string> created = {
         {"SetKeyValue", "k1=x\n"}, {"AppendKey", "k9=v\n"}, {"AddLine", "new\n"},
-        {"AddLineAppend", "new\n"}, {"AddLineByKeyAppend", "new\n"}, {"SetLine", "k2=z\n"},
+        {"AddLineAppend", "new\n"}, {"AddLineByKeyAppend", "new"}, {"SetLine", "k2=z\n"},
         {"SetKeys", "k1=z\n"},      {"AddSection", "\n[t]\nk1=z\n"},
     };
     for (const Writer &writer : AllWriters()) {
@@ -147,11 +147,12 @@ TEST_F(Writers, ExactlyOneNewlineBeforeAnAppendedLine)
     VELKCSzHashFree(hash);
 
     // Appending a key and the key-list append shortcut do not look at the
-    // last line: the new text follows it directly.
+    // last line: the new text follows it directly. The shortcut adds nothing
+    // after the line either.
     EXPECT_EQ(After("a=1", 1, [](const char *p) { return VELKCFileAppendKey(p, "k", "v", nullptr); }), "a=1k=v\n");
     EXPECT_EQ(After("a", 0,
                     [](const char *p) { return VELKCFileAddLineByKey(p, nullptr, "x", MATCH_FLAG_AFTER, "="); }),
-              "ax\n");
+              "ax");
 }
 
 TEST_F(Writers, CrlfLinesKeepTheirCarriageReturns)

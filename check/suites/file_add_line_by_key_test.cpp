@@ -51,23 +51,24 @@ END_TEST
 START_TEST(VELKFileAddLineByKeyTest)
 {
     static const char *rgszNumbersPairHead[] = {"1", "2", "3", NULL};
-    static const char *rgszEmptyKeys[] = {"1", "2", "3", "3:4", "5", "5", NULL};
-    static const char *rgszThree[] = {"1", "2", "3", "5", "3:4", "5", "5", NULL};
-    static const char *rgszThreeFour[] = {"1", "2", "3", "5", "3:4", "5", "5", "5", NULL};
-    static const char *rgszNullKeys[] = {"1", "2", "3", "5", "3:4", "5", "5", "5", "5", NULL};
-    static const char *rgszAgain[] = {"1", "2", "3", "5", "3:4", "5", "5", "5", "5", "5", NULL};
-    static const char *rgszBefore[] = {"1", "x", "2", "3", "5", "3:4", "5", "5", "5", "5", "5", NULL};
-    static const char *rgszWildcard[] = {"1", "x", "2", "3", "5", "y", "3:4", "5", "5", "5", "5", "5", NULL};
-    static const char *rgszFirst[] = {"z", "1", "x", "2", "3", "5", "y", "3:4", "5", "5", "5", "5", "5", NULL};
+    static const char *rgszEmptyKeys[] = {"1", "2", "3", "3:4", "55", NULL};
+    static const char *rgszThree[] = {"1", "2", "3", "5", "3:4", "55", NULL};
+    static const char *rgszThreeFour[] = {"1", "2", "3", "5", "3:4", "5", "55", NULL};
+    static const char *rgszNullKeys[] = {"1", "2", "3", "5", "3:4", "5", "555", NULL};
+    static const char *rgszAgain[] = {"1", "2", "3", "5", "3:4", "5", "5", "555", NULL};
+    static const char *rgszBefore[] = {"1", "x", "2", "3", "5", "3:4", "5", "5", "555", NULL};
+    static const char *rgszWildcard[] = {"1", "x", "2", "3", "5", "y", "3:4", "5", "5", "555", NULL};
+    static const char *rgszFirst[] = {"z", "1", "x", "2", "3", "5", "y", "3:4", "5", "5", "555", NULL};
     SzList *pslKey = VELKCSzListAlloc(512);
 
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_NUMBERS_PAIR);
 
-    // Without keys and with MATCH_FLAG_AFTER the text is appended (result 0),
-    // ending in a newline.
-    ADD_BY_KEY(NULL, "1\n2\n3", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, rgszNumbersPairHead);
-    ADD_BY_KEY(NULL, "3:4\n5\n", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, grgszNumbersPair);
+    // Without keys and with MATCH_FLAG_AFTER the text is appended exactly as
+    // given (result 0): nothing ends it, so the next append joins the last
+    // line.
+    ADD_BY_KEY(NULL, "1\n2\n3\n", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, rgszNumbersPairHead);
+    ADD_BY_KEY(NULL, "3:4\n5", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, grgszNumbersPair);
 
     ADD_BY_KEY(pslKey, "5", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, rgszEmptyKeys);
     PUSH(pslKey, "3");

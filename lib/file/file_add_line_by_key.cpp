@@ -6,7 +6,8 @@ namespace {
 
 bool IsEmpty(const SzList *pPattern) { return pPattern == nullptr || pPattern->nItem == 0; }
 
-// Appends the line as it stands, without looking at the last line's newline.
+// Appends the line as it stands: no newline after it, and no look at the
+// last line's newline before it.
 velkc::Status AppendLine(const char *szFile, const char *szLine)
 {
     std::FILE *stream = std::fopen(szFile, "a+");
@@ -14,7 +15,7 @@ velkc::Status AppendLine(const char *szFile, const char *szLine)
         return ERR_OPEN_FAILED;
     }
     velkc::UniqueFile owner(stream);
-    if (velkc::Status status = velkc::Output(stream).Terminated(szLine)) {
+    if (velkc::Status status = velkc::Output(stream).Write(szLine)) {
         return status;
     }
     return velkc::SyncAndClose(owner.release());
