@@ -144,6 +144,13 @@ TEST_F(Writers, ExactlyOneNewlineBeforeAnAppendedLine)
     const auto addSection = [&](const char *p) { return VELKCFileAddSection(p, "s", hash, nullptr); };
     EXPECT_EQ(After("a=1", 1, addSection), "a=1\n[s]\nk=v\n");
     EXPECT_EQ(After("", 1, addSection), "\n[s]\nk=v\n");
+
+    // A format without "\n" appends nothing, but an existing section still
+    // answers 0 before the format matters.
+    const auto badFormat = [&](const char *p) { return VELKCFileAddSection(p, "s", hash, "%s=%s"); };
+    EXPECT_EQ(After("a=1", -1, badFormat), "a=1");
+    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
+    EXPECT_EQ(After("[s]\nk=v\n", 0, badFormat), "[s]\nk=v\n");
     VELKCSzHashFree(hash);
 
     // Appending a key and the key-list append shortcut do not look at the
@@ -194,6 +201,44 @@ TEST_F(Writers, KeysThatArePrefixesOfOtherKeys)
     EXPECT_EQ(After(text, 0, [](const char *p) { return VELKCFileAppendKey(p, "key1", "x", nullptr); }), text);
     EXPECT_EQ(VELKCErrGet(), ERR_KEY_EXISTS);
     EXPECT_EQ(After(text, 1, [](const char *p) { return VELKCFileAppendKey(p, "ke", "x", nullptr); }), text + "ke=x\n");
+}
+
+TEST_F(Writers, NegativeFlagsOfSetLineMatchNoLine)
+{
+    // The matcher refuses the flags line by line, so no line matches and the
+    // file stays as it was; a missing file is still created.
+    EXPECT_EQ(After(kBase, 0, [](const char *p) { return VELKCFileSetLine(p, "k1", "x", -1); }), kBase);
+    EXPECT_EQ(VELKCErrGet(), ERR_KEY_NOT_FOUND);
+    ResetError();
+    EXPECT_EQ(VELKCFileSetLine(Path("missing").c_str(), "k1", "x", -1), 1);
+    EXPECT_EQ(ReadFile(Path("missing")), "x\n");
+}
+
+TEST_F(Writers, ReadErrors)
+{
+    // Reading through this link fails at once (EIO); the temporary files go
+    // beside the link and must not stay.
+    const fs::path link = Path("unreadable");
+    fs::create_symlink("/proc/self/mem", link);
+    // Nothing was removed before the error, so the key counts as absent.
+    ResetError();
+    EXPECT_EQ(VELKCFileRemoveKey(link.c_str(), "k"), 0);
+    EXPECT_EQ(VELKCErrGet(), ERR_KEY_NOT_FOUND);
+    ResetError();
+    EXPECT_EQ(VELKCFileSetKeyValue(link.c_str(), "k", "v", nullptr), -1);
+    EXPECT_EQ(VELKCErrGet(), ERR_WRITE_FAILED);
+    ResetError();
+    EXPECT_EQ(VELKCFileReplaceSubStr(link.c_str(), "a", "b"), -1);
+    EXPECT_EQ(VELKCErrGet(), ERR_READ_FAILED);
+    EXPECT_EQ(ListDir(dir_), std::set<std::string>{"unreadable"});
+    EXPECT_TRUE(fs::is_symlink(link));
+}
+
+TEST_F(Writers, EmptyPatternCommentsEveryLine)
+{
+    // An empty pattern stands in every line, a last line of blanks included;
+    // lines already commented stay as they are.
+    EXPECT_EQ(After("a\n#b\n  ", 1, [](const char *p) { return VELKCFileLineComment(p, "", 0); }), "#a\n#b\n#  ");
 }
 
 } // namespace

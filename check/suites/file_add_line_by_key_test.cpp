@@ -6,37 +6,25 @@ static const char *grgszNumbersPair[] = {"1", "2", "3", "3:4", "5", NULL};
 // Adds a line by key to the scratch file with the separators ":\n",
 // expecting result and code, then compares the file and checks the ".tmp"
 // sibling.
-#define ADD_BY_KEY(keys, line, flags, result, code, lines)                                           \
-    do {                                                                                             \
-        VELK_RESET();                                                                                \
-        VELK_ASSERT_INT_ERR(VELKCFileAddLineByKey(TEST_FILE, (keys), (line), (flags), ":\n"), ==, result); \
-        VELK_ASSERT_ERR(code);                                                                       \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                                        \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszNumbersPair);                                           \
-    } while (0)
+#define ADD_BY_KEY(keys, line, flags, result, code, lines)                              \
+    FILE_SUITE_EXPECT(VELKCFileAddLineByKey(TEST_FILE, (keys), (line), (flags), ":\n"), \
+                      result, code, lines, grgszNumbersPair)
 
-#define PUSH(list, item) VELK_ASSERT_INT(VELKCSzListPush(&(list), (item)), >=, 0)
 
 START_TEST(VELKFileAddLineByKeyNULLArg)
 {
     SzList *pslKey = VELKCSzListAlloc(512);
 
     VELK_ASSERT_PTR(pslKey, !=, NULL);
-    PUSH(pslKey, "abc");
+    FILE_SUITE_PUSH(pslKey, "abc");
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLineByKey(NULL, pslKey, "x", 0, "="), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLineByKey(NULL, pslKey, "x", 0, "="), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLineByKey(TEST_FILE, pslKey, "x", 0, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLineByKey(TEST_FILE, pslKey, "x", 0, NULL), -1);
 
     // Only MATCH_FLAG_AFTER is a valid flag.
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLineByKey(TEST_FILE, pslKey, "x", MATCH_FLAG_LAST, "="), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLineByKey(TEST_FILE, pslKey, "x", MATCH_FLAG_LAST, "="), -1);
 
     // A null line is no error: nothing is done.
     VELK_RESET();
@@ -71,28 +59,28 @@ START_TEST(VELKFileAddLineByKeyTest)
     ADD_BY_KEY(NULL, "3:4\n5", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, grgszNumbersPair);
 
     ADD_BY_KEY(pslKey, "5", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, rgszEmptyKeys);
-    PUSH(pslKey, "3");
+    FILE_SUITE_PUSH(pslKey, "3");
     ADD_BY_KEY(pslKey, "5", MATCH_FLAG_AFTER, 1, ERR_SUCCESS, rgszThree);
     // The line "3" has one token only; "3:4" matches both.
-    PUSH(pslKey, "4");
+    FILE_SUITE_PUSH(pslKey, "4");
     ADD_BY_KEY(pslKey, "5", MATCH_FLAG_AFTER, 1, ERR_SUCCESS, rgszThreeFour);
     ADD_BY_KEY(NULL, "5", MATCH_FLAG_AFTER, 0, ERR_SUCCESS, rgszNullKeys);
     ADD_BY_KEY(pslKey, "5", MATCH_FLAG_AFTER, 1, ERR_SUCCESS, rgszAgain);
 
     // Before the first match.
     VELKCSzListRemoveAll(pslKey);
-    PUSH(pslKey, "2");
+    FILE_SUITE_PUSH(pslKey, "2");
     ADD_BY_KEY(pslKey, "x", 0, 1, ERR_SUCCESS, rgszBefore);
 
     // An empty item matches any token.
     VELKCSzListRemoveAll(pslKey);
-    PUSH(pslKey, "");
-    PUSH(pslKey, "4");
+    FILE_SUITE_PUSH(pslKey, "");
+    FILE_SUITE_PUSH(pslKey, "4");
     ADD_BY_KEY(pslKey, "y\n", 0, 1, ERR_SUCCESS, rgszWildcard);
 
     // No match: the file stays as it was.
     VELKCSzListRemoveAll(pslKey);
-    PUSH(pslKey, "9");
+    FILE_SUITE_PUSH(pslKey, "9");
     ADD_BY_KEY(pslKey, "w", MATCH_FLAG_AFTER, 0, ERR_KEY_NOT_FOUND, rgszWildcard);
 
     // Without keys and without MATCH_FLAG_AFTER every line matches.

@@ -5,30 +5,19 @@ static const char *grgszNumbers[] = {"1", "0", "5", "2", "3", "4", "5", "6", NUL
 
 // Adds a line to the scratch file, expecting result and code, then compares
 // the file with lines and checks that the ".tmp" sibling was left alone.
-#define ADD_LINE(pattern, line, flags, result, code, lines)                                    \
-    do {                                                                                       \
-        VELK_RESET();                                                                          \
-        VELK_ASSERT_INT_ERR(VELKCFileAddLine(TEST_FILE, (pattern), (line), (flags)), ==, result); \
-        VELK_ASSERT_ERR(code);                                                                 \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                                  \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszNumbers);                                         \
-    } while (0)
+#define ADD_LINE(pattern, line, flags, result, code, lines)                    \
+    FILE_SUITE_EXPECT(VELKCFileAddLine(TEST_FILE, (pattern), (line), (flags)), \
+                      result, code, lines, grgszNumbers)
 
 START_TEST(VELKFileAddLineNULLArgs)
 {
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLine(NULL, "abc", "x", 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLine(NULL, "abc", "x", 0), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLine(TEST_FILE, "abc", NULL, 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLine(TEST_FILE, "abc", NULL, 0), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddLine(TEST_FILE, "abc", "x", -1), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddLine(TEST_FILE, "abc", "x", -1), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

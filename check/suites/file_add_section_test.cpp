@@ -34,17 +34,11 @@ START_TEST(ErrVELKFileAddSectionTest)
     FILE_SUITE_CHECK(TEST_FILE, rgszSections);
 
     // A format without its newline is refused before anything is written.
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddSection(TEST_FILE, "Three", pshHash, "%s=%s"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddSection(TEST_FILE, "Three", pshHash, "%s=%s"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddSection(TEST_FILE, NULL, pshHash, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddSection(TEST_FILE, NULL, pshHash, NULL), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileAddSection(TEST_FILE, "Three", NULL, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileAddSection(TEST_FILE, "Three", NULL, NULL), -1);
 
     FILE_SUITE_CHECK(TEST_FILE, rgszSections);
     FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);

@@ -7,22 +7,14 @@ START_TEST(VELKFileGetKeyValueTestNULLArgs)
 
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeyValue(NULL, "abc", szBuf, sizeof(szBuf), 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeyValue(NULL, "abc", szBuf, sizeof(szBuf), 0), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeyValue(TEST_FILE, NULL, szBuf, sizeof(szBuf), 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeyValue(TEST_FILE, NULL, szBuf, sizeof(szBuf), 0), -1);
 
     // A null buffer is only allowed for a size query (size 0).
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeyValue(TEST_FILE, "abc", NULL, sizeof(szBuf), 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeyValue(TEST_FILE, "abc", NULL, sizeof(szBuf), 0), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeyValue(TEST_FILE, "abc", szBuf, sizeof(szBuf), -1), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeyValue(TEST_FILE, "abc", szBuf, sizeof(szBuf), -1), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }
@@ -36,10 +28,7 @@ START_TEST(VELKFileGetKeyValueTest)
     static const char *rgszVal[] = {"v1", "v2", "v3"};
     char szBuf[64];
 
-    FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    FILE_SUITE_SET_KEY("k1", "v1", NULL);
-    FILE_SUITE_SET_KEY("k2", "\"v2\"", NULL);
-    FILE_SUITE_SET_KEY("k3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_THREE_KEYS("k");
     FILE_SUITE_CHECK(TEST_FILE, rgszKeys);
 
     // Values read back without their quotes; the size counts the NUL.

@@ -11,17 +11,11 @@ START_TEST(VELKVELKFileGetKeysTestNULLArgs)
     VELK_ASSERT_INT(VELKCSzListPush(&pslKey, "abc"), ==, 0);
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeys(NULL, pslKey, &pshHash, "="), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeys(NULL, pslKey, &pshHash, "="), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeys(TEST_FILE, pslKey, NULL, "="), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeys(TEST_FILE, pslKey, NULL, "="), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetKeys(TEST_FILE, pslKey, &pshHash, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetKeys(TEST_FILE, pslKey, &pshHash, NULL), -1);
 
     VELK_ASSERT_INT(pshHash->nPair, ==, 0);
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
@@ -48,10 +42,7 @@ START_TEST(VELKFileGetKeysFindTest)
 
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    FILE_SUITE_SET_KEY("test1", "v1", NULL);
-    FILE_SUITE_SET_KEY("test2", "\"v2\"", NULL);
-    FILE_SUITE_SET_KEY("test3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_THREE_KEYS("test");
     FILE_SUITE_SET_KEY("test4", "v4", "%s<\"%s\"\n");
     FILE_SUITE_CHECK(TEST_FILE, rgszLines);
     for (int i = 0; i < 4; ++i) {
@@ -86,10 +77,7 @@ START_TEST(VELKFileGetKeysNotFindTest)
 
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS);
-    FILE_SUITE_SET_KEY("test1", "v1", NULL);
-    FILE_SUITE_SET_KEY("test2", "\"v2\"", NULL);
-    FILE_SUITE_SET_KEY("test3", "v3", "%s=\"%s\"\n");
+    FILE_SUITE_SET_THREE_KEYS("test");
     FILE_SUITE_CHECK(TEST_FILE, rgszLines);
 
     // Absent keys are no error; "test" is a prefix of every key but none.

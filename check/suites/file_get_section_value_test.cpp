@@ -7,25 +7,15 @@ START_TEST(KOVAFileGetSectionValueNULLArg)
 
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetSectionValue(NULL, "Sec", "k1", szBuf, sizeof(szBuf)), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetSectionValue(NULL, "Sec", "k1", szBuf, sizeof(szBuf)), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetSectionValue(TEST_FILE, NULL, "k1", szBuf, sizeof(szBuf)), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetSectionValue(TEST_FILE, NULL, "k1", szBuf, sizeof(szBuf)), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetSectionValue(TEST_FILE, "Sec", NULL, szBuf, sizeof(szBuf)), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetSectionValue(TEST_FILE, "Sec", NULL, szBuf, sizeof(szBuf)), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetSectionValue(TEST_FILE, "Sec", "k1", NULL, sizeof(szBuf)), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetSectionValue(TEST_FILE, "Sec", "k1", NULL, sizeof(szBuf)), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileGetSectionValue(TEST_FILE, "Sec", "k1", szBuf, 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileGetSectionValue(TEST_FILE, "Sec", "k1", szBuf, 0), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

@@ -5,26 +5,17 @@ static const char *grgszFiveKeys[] = {"abc=", "abcd=", "Def=", "www=", "Dewww=",
 
 // Removes a key from the scratch file, expecting result and code, then
 // compares the file and checks the ".tmp" sibling.
-#define REMOVE_KEY(key, result, code, lines)                                  \
-    do {                                                                      \
-        VELK_RESET();                                                         \
-        VELK_ASSERT_INT_ERR(VELKCFileRemoveKey(TEST_FILE, (key)), ==, result); \
-        VELK_ASSERT_ERR(code);                                                \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                 \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFiveKeys);                       \
-    } while (0)
+#define REMOVE_KEY(key, result, code, lines)                \
+    FILE_SUITE_EXPECT(VELKCFileRemoveKey(TEST_FILE, (key)), \
+                      result, code, lines, grgszFiveKeys)
 
 START_TEST(VELKFileRemoveKeyNULLArg)
 {
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileRemoveKey(NULL, "zzz"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileRemoveKey(NULL, "zzz"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileRemoveKey(TEST_FILE, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileRemoveKey(TEST_FILE, NULL), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

@@ -5,35 +5,22 @@ static const char *grgszReplace[] = {"albc", "albcate", "bcal", "www", "kawwwmeg
 
 // Replaces a text in the scratch file, expecting result and code, then
 // compares the file and checks the ".tmp" sibling.
-#define REPLACE(from, to, result, code, lines)                                         \
-    do {                                                                               \
-        VELK_RESET();                                                                  \
-        VELK_ASSERT_INT_ERR(VELKCFileReplaceSubStr(TEST_FILE, (from), (to)), ==, result); \
-        VELK_ASSERT_ERR(code);                                                         \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                          \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszReplace);                                 \
-    } while (0)
+#define REPLACE(from, to, result, code, lines)                         \
+    FILE_SUITE_EXPECT(VELKCFileReplaceSubStr(TEST_FILE, (from), (to)), \
+                      result, code, lines, grgszReplace)
 
 START_TEST(VELKFileReplaceSubStrNULLArg)
 {
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileReplaceSubStr(NULL, "abc", "loc"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileReplaceSubStr(NULL, "abc", "loc"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileReplaceSubStr(TEST_FILE, NULL, "loc"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileReplaceSubStr(TEST_FILE, NULL, "loc"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileReplaceSubStr(TEST_FILE, "abc", NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileReplaceSubStr(TEST_FILE, "abc", NULL), -1);
 
     // An empty search text counts as a null argument.
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileReplaceSubStr(TEST_FILE, "", "loc"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileReplaceSubStr(TEST_FILE, "", "loc"), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

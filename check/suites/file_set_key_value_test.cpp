@@ -5,30 +5,19 @@
 
 // Sets a key in the scratch file, then compares the whole file and checks
 // that the ".tmp" sibling still holds the four keys.
-#define SET_KEY(key, value, format, lines)                                                   \
-    do {                                                                                     \
-        VELK_RESET();                                                                        \
-        VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, (key), (value), (format)), ==, 1); \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                        \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                                \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                                 \
-    } while (0)
+#define SET_KEY(key, value, format, lines)                                       \
+    FILE_SUITE_EXPECT(VELKCFileSetKeyValue(TEST_FILE, (key), (value), (format)), \
+                      1, ERR_SUCCESS, lines, grgszFourKeysLines)
 
 START_TEST(VELKFileSetKeyValueNULLArg)
 {
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(NULL, "abc", "v", NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetKeyValue(NULL, "abc", "v", NULL), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, NULL, "v", NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetKeyValue(TEST_FILE, NULL, "v", NULL), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetKeyValue(TEST_FILE, "abc", NULL, NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetKeyValue(TEST_FILE, "abc", NULL, NULL), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

@@ -6,19 +6,15 @@ static const char *grgszFivePairs[] = {"k1=v1", "k2=v2", "k3=v3", "k4=v4", "k5=v
 // Sets the lines of the scratch file whose tokens (at "=\n") match the two
 // keys, expecting result and code, then compares the file and checks the
 // ".tmp" sibling.
-#define SET_BY_KEY(key, value, line, result, lines)                                          \
-    do {                                                                                     \
-        VELKCSzListRemoveAll(pslKey);                                                        \
-        PUSH(pslKey, (key));                                                                 \
-        PUSH(pslKey, (value));                                                               \
-        VELK_RESET();                                                                        \
-        VELK_ASSERT_INT_ERR(VELKCFileSetLineByKey(TEST_FILE, pslKey, (line), "=\n"), ==, result); \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                        \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                                \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFivePairs);                                     \
+#define SET_BY_KEY(key, value, line, result, lines)                                        \
+    do {                                                                                   \
+        VELKCSzListRemoveAll(pslKey);                                                      \
+        FILE_SUITE_PUSH(pslKey, (key));                                                    \
+        FILE_SUITE_PUSH(pslKey, (value));                                                  \
+        FILE_SUITE_EXPECT(VELKCFileSetLineByKey(TEST_FILE, pslKey, (line), "=\n"), result, \
+                          ERR_SUCCESS, lines, grgszFivePairs);                             \
     } while (0)
 
-#define PUSH(list, item) VELK_ASSERT_INT(VELKCSzListPush(&(list), (item)), >=, 0)
 
 START_TEST(VELKFileSetLineByKeyNULLArg)
 {
@@ -27,25 +23,17 @@ START_TEST(VELKFileSetLineByKeyNULLArg)
 
     VELK_ASSERT_PTR(pslKey, !=, NULL);
     VELK_ASSERT_PTR(pslEmpty, !=, NULL);
-    PUSH(pslKey, "abc");
+    FILE_SUITE_PUSH(pslKey, "abc");
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLineByKey(NULL, pslKey, "x", "=\n"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLineByKey(NULL, pslKey, "x", "=\n"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLineByKey(TEST_FILE, NULL, "x", "=\n"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLineByKey(TEST_FILE, NULL, "x", "=\n"), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLineByKey(TEST_FILE, pslKey, "x", NULL), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLineByKey(TEST_FILE, pslKey, "x", NULL), -1);
 
     // An empty key list would match every line.
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLineByKey(TEST_FILE, pslEmpty, "x", "=\n"), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLineByKey(TEST_FILE, pslEmpty, "x", "=\n"), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
     VELKCSzListFree(pslKey);

@@ -5,26 +5,17 @@
 
 // Sets a line of the scratch file, expecting result and code, then compares
 // the file with lines and the ".tmp" sibling with tmpLines.
-#define SET_LINE(pattern, line, flags, result, code, lines, tmpLines)                          \
-    do {                                                                                       \
-        VELK_RESET();                                                                          \
-        VELK_ASSERT_INT_ERR(VELKCFileSetLine(TEST_FILE, (pattern), (line), (flags)), ==, result); \
-        VELK_ASSERT_ERR(code);                                                                 \
-        FILE_SUITE_CHECK(TEST_FILE, (lines));                                                  \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, (tmpLines));                                           \
-    } while (0)
+#define SET_LINE(pattern, line, flags, result, code, lines, tmpLines)          \
+    FILE_SUITE_EXPECT(VELKCFileSetLine(TEST_FILE, (pattern), (line), (flags)), \
+                      result, code, lines, tmpLines)
 
 START_TEST(VELKFileSetLineNULLArg)
 {
     FILE_SUITE_WRITE_BOTH(FILE_DATA_FOUR_KEYS);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLine(NULL, "z", "s", 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLine(NULL, "z", "s", 0), -1);
 
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCFileSetLine(TEST_FILE, NULL, "s", 0), ==, -1);
-    VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
+    FILE_SUITE_REFUSED(VELKCFileSetLine(TEST_FILE, NULL, "s", 0), -1);
 
     FILE_SUITE_CHECK_BOTH(grgszFourKeysLines);
 }

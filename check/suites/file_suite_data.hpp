@@ -52,6 +52,17 @@ inline const char *grgszShortTelnetLines[] = {"telnet", "tel", "net", "telnet tt
         FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                                   \
     } while (0)
 
+// Sets the keys prefix "1" to prefix "3" in the scratch file: a plain value,
+// a quoted value, and a value quoted by the format. The ".tmp" sibling gets
+// the four keys and must keep them.
+#define FILE_SUITE_SET_THREE_KEYS(prefix)                     \
+    do {                                                      \
+        FILE_SUITE_WRITE(TEST_FILE_TMP, FILE_DATA_FOUR_KEYS); \
+        FILE_SUITE_SET_KEY(prefix "1", "v1", NULL);           \
+        FILE_SUITE_SET_KEY(prefix "2", "\"v2\"", NULL);       \
+        FILE_SUITE_SET_KEY(prefix "3", "v3", "%s=\"%s\"\n");  \
+    } while (0)
+
 // The file holds exactly these lines ('#' lines skipped).
 #define FILE_SUITE_CHECK(path, lines) VELK_ASSERT(CheckFileWithGetline((path), (lines)) == 0)
 
@@ -61,3 +72,24 @@ inline const char *grgszShortTelnetLines[] = {"telnet", "tel", "net", "telnet tt
         FILE_SUITE_CHECK(TEST_FILE, (lines));     \
         FILE_SUITE_CHECK(TEST_FILE_TMP, (lines)); \
     } while (0)
+
+// Calls a function under test, expecting result and error code; then the
+// scratch file must hold lines and its ".tmp" sibling tmpLines.
+#define FILE_SUITE_EXPECT(call, result, code, lines, tmpLines) \
+    do {                                                       \
+        VELK_RESET();                                          \
+        VELK_ASSERT_INT_ERR(call, ==, result);                 \
+        VELK_ASSERT_ERR(code);                                 \
+        FILE_SUITE_CHECK(TEST_FILE, (lines));                  \
+        FILE_SUITE_CHECK(TEST_FILE_TMP, (tmpLines));           \
+    } while (0)
+
+// A call refused for a bad argument with result.
+#define FILE_SUITE_REFUSED(call, result)       \
+    do {                                       \
+        VELK_RESET();                          \
+        VELK_ASSERT_INT_ERR(call, ==, result); \
+        VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);   \
+    } while (0)
+
+#define FILE_SUITE_PUSH(list, item) VELK_ASSERT_INT(VELKCSzListPush(&(list), (item)), >=, 0)

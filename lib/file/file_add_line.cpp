@@ -27,11 +27,7 @@ velkc::Status AppendInPlace(velkc::Rewrite &rw, bool unterminated, const char *s
 velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, bool after)
 {
     const velkc::Output &out = rw.out();
-    long index = 0;
-    return rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
-        if (index++ != match) {
-            return out.Write(line.view());
-        }
+    return rw.CopyReplacing(match, [&](const velkc::LineReader &line) -> velkc::Status {
         if (!after) {
             if (velkc::Status status = out.Line(szLine)) {
                 return status;

@@ -41,10 +41,7 @@ extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern,
         return 0;
     }
     velkc::Rewrite rw(szFile);
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     const velkc::Output &out = rw.out();

@@ -23,8 +23,7 @@ bool FindSection(velkc::LineReader &reader, const char *szSection, bool &found, 
 extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
                                    const char *szFormat)
 {
-    // A bad format is refused before anything is appended.
-    if (szFile == nullptr || szSection == nullptr || pHash == nullptr || !VELKCIFileCheckFormat(szFormat)) {
+    if (szFile == nullptr || szSection == nullptr || pHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
@@ -40,6 +39,12 @@ extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, co
     }
     if (found) {
         return 0;
+    }
+    // A bad format is refused before anything is appended, so that a failure
+    // never leaves half a section behind.
+    if (!VELKCIFileCheckFormat(szFormat)) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
     }
     // Even an empty file gets the "\n": the section then follows a blank line.
     const velkc::Output out(reader.stream());

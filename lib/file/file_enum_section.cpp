@@ -21,8 +21,7 @@ extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList)
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     while (reader.next()) {

@@ -38,8 +38,7 @@ extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char 
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     velkc::LineCopy keyCopy; // the key match cuts its argument

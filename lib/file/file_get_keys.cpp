@@ -67,8 +67,7 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     const bool takeAll = wanted->nItem == 0;

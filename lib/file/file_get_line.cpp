@@ -15,8 +15,7 @@ extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char 
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     std::size_t size = 0;

@@ -19,8 +19,7 @@ extern "C" int VELKCFileGetPair(const char *szFile, SzHash **ppHash)
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     while (reader.next()) {

@@ -29,8 +29,7 @@ extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, Sz
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     bool found = false;

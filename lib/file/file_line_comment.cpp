@@ -1,6 +1,8 @@
 // VELKCFileLineComment: comment out, or back in, the lines holding a pattern.
 #include "rewrite.hpp"
 
+#include <algorithm>
+
 namespace {
 
 // A line as it is written back: prefix, then text.
@@ -13,12 +15,9 @@ struct Toggled {
 // Leading blanks are skipped to find the "#" and to search the pattern.
 Toggled Toggle(std::string_view line, std::string_view pattern, bool uncomment)
 {
-    const std::size_t first = line.find_first_not_of(" \t");
-    if (first == std::string_view::npos) {
-        return {"", line, false};
-    }
-    const std::string_view text = line.substr(first);
-    const bool commented = text.front() == '#';
+    const std::size_t first = std::min(line.find_first_not_of(" \t"), line.size());
+    const std::string_view text = line.substr(first); // empty for a line of blanks
+    const bool commented = text.starts_with('#');
     if (commented != uncomment || text.find(pattern) == std::string_view::npos) {
         return {"", line, false};
     }
@@ -37,10 +36,7 @@ extern "C" int VELKCFileLineComment(const char *szFile, const char *szPattern, i
         return -1;
     }
     velkc::Rewrite rw(szFile);
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     bool changed = false;

@@ -12,10 +12,7 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
     const bool replace = flags & SECTION_FLAG_REPLACE;
     const char *newName = szNewSection != nullptr ? szNewSection : szSection;
     velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED, .quotaError = true});
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     const velkc::Output &out = rw.out();

@@ -20,8 +20,7 @@ extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList)
         return -1;
     }
     velkc::LineReader reader;
-    if (!reader.open(szFile)) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
+    if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
     char piece[kMaxPiece + 1];

@@ -8,10 +8,7 @@ extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey)
         return -1;
     }
     velkc::Rewrite rw(szFile, {.readError = ERR_WRITE_FAILED});
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     velkc::LineCopy copy;
@@ -27,12 +24,14 @@ extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey)
         }
         return rw.out().Write(line.view());
     });
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
-    }
-    if (removed == 0) {
+    // A read error counts only once something was removed; before that the
+    // key is simply not found.
+    if (removed == 0 && (status == velkc::kOk || rw.target().failed())) {
         VELKC_SET_ERR(ERR_KEY_NOT_FOUND); // the copy is discarded
         return 0;
+    }
+    if (status != velkc::kOk) {
+        return VELKC_FAIL(status);
     }
     if (velkc::Status commit = rw.Commit()) {
         return VELKC_FAIL(commit);

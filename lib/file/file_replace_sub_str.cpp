@@ -30,10 +30,7 @@ extern "C" int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, con
         return -1;
     }
     velkc::Rewrite rw(szFile);
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     int count = 0;

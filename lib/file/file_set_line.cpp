@@ -3,7 +3,8 @@
 
 extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags)
 {
-    if (szFile == nullptr || szPattern == nullptr || flags < 0) {
+    // Bad flags are the matcher's to refuse: no line matches then.
+    if (szFile == nullptr || szPattern == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
@@ -30,11 +31,7 @@ extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const
     if (velkc::Status status = rw.CreateTemp()) {
         return VELKC_FAIL(status);
     }
-    long index = 0;
-    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
-        if (index++ != match) {
-            return rw.out().Write(line.view());
-        }
+    velkc::Status status = rw.CopyReplacing(match, [&](const velkc::LineReader &) {
         return szLine ? rw.out().Line(szLine) : velkc::kOk; // a null line deletes it
     });
     if (status == velkc::kOk) {

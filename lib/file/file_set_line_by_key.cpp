@@ -12,10 +12,7 @@ extern "C" int VELKCFileSetLineByKey(const char *szFile, const SzList *pPattern,
     // A null or empty line deletes the matching lines.
     const std::string_view replacement = szLine != nullptr ? szLine : "";
     velkc::Rewrite rw(szFile);
-    if (velkc::Status status = rw.Open()) {
-        return VELKC_FAIL(status);
-    }
-    if (velkc::Status status = rw.Begin()) {
+    if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
     int replaced = 0;

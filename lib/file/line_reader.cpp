@@ -29,6 +29,15 @@ bool LineReader::open(const char *path, const char *mode)
     return true;
 }
 
+bool OpenReader(LineReader &reader, const char *path, const char *source, int line)
+{
+    if (reader.open(path)) {
+        return true;
+    }
+    VELKCErrSetEx(ERR_OPEN_FAILED, source, line);
+    return false;
+}
+
 bool LineReader::next()
 {
     const ssize_t n = getline(&line_, &capacity_, file_.get());

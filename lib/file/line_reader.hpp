@@ -3,15 +3,16 @@
 // reader and writer; keep the interface stable.
 //
 //   velkc::LineReader reader;
-//   if (!reader.open(szFile)) { VELKC_SET_ERR(ERR_OPEN_FAILED); return -1; }
+//   if (!VELKC_OPEN_READER(reader, szFile)) return -1;
 //   while (reader.next()) { use reader.data(), reader.size(), reader.view() }
 //   if (reader.failed()) { ... a read error, not the end of the file ... }
 //
 // LineCopy keeps a scratch copy of a line for VELKCILineKeyMatch, which cuts
 // the line it is given.
 //
-// The reader sets no error record: callers set their own code at their own
-// failure site.
+// The reader sets no error record of its own: callers set their code at
+// their own failure site (VELKC_OPEN_READER records it with the caller's
+// source and line).
 #pragma once
 
 #include "internal.hpp"
@@ -62,6 +63,13 @@ private:
     bool failed_ = false;
     bool unterminated_ = false;
 };
+
+// Opens path for reading into reader; when it cannot be opened, records
+// ERR_OPEN_FAILED with the given source and line, those of the calling
+// function (see VELKC_OPEN_READER).
+bool OpenReader(LineReader &reader, const char *path, const char *source, int line);
+
+#define VELKC_OPEN_READER(reader, path) velkc::OpenReader((reader), (path), VELKC_SOURCE, __LINE__)
 
 // A reusable copy of a line, for predicates that cut their argument in place
 // (VELKCILineKeyMatch).

@@ -8,8 +8,7 @@
 // temporary file is removed on every path that does not commit.
 //
 //   velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED});
-//   if (velkc::Status s = rw.Open()) return VELKC_FAIL(s);
-//   if (velkc::Status s = rw.Begin()) return VELKC_FAIL(s);
+//   if (velkc::Status s = rw.Start()) return VELKC_FAIL(s);
 //   s = rw.CopyLines([&](const velkc::LineReader &line) { return rw.out().Write(line.view()); });
 //   ... s = rw.Commit(); ...
 //
@@ -141,10 +140,11 @@ public:
     // kFailed.
     Target OpenTarget(const char *mode = "r");
 
-    // Opens the target, which must exist (0x0900).
-    Status Open(const char *mode = "r")
+    // Opens the target, which must exist (0x0900), then Begin: the start of
+    // every writer that never creates the file.
+    Status Start(const char *mode = "r")
     {
-        return OpenTarget(mode) == Target::kOpened ? kOk : ERR_OPEN_FAILED;
+        return OpenTarget(mode) == Target::kOpened ? Begin() : ERR_OPEN_FAILED;
     }
 
     // Opens the target, or creates it when it does not exist (see the free
@@ -188,6 +188,15 @@ public:
             }
         }
         return reader_.failed() ? policy_.readError : kOk;
+    }
+
+    // Copies every line but the one at index, which replace is handed to
+    // write what it becomes.
+    template <typename Replace>
+    Status CopyReplacing(long index, Replace &&replace)
+    {
+        long i = 0;
+        return CopyLines([&](const LineReader &line) { return i++ == index ? replace(line) : out_.Write(line.view()); });
     }
 
     // Before appending after the copied lines: a "\n" when the last line
