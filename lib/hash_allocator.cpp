@@ -4,13 +4,10 @@
 
 extern "C" SzHash *VELKCIHashAllocator(int nSlot, int cbSpace)
 {
-    if (!velkc::hash::ValidSizes(nSlot, cbSpace)) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
-        return nullptr;
-    }
-    SzHash *pHash = velkc::hash::NewBlock<SzHash>(nSlot, cbSpace);
+    unsigned err = 0;
+    SzHash *pHash = velkc::hash::NewBlock<SzHash>(nSlot, cbSpace, &err);
     if (pHash == nullptr) {
-        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
+        VELKC_SET_ERR(err);
     }
     return pHash;
 }

@@ -51,12 +51,18 @@ bool ValidSlot(const SzHash *pHash, int idx) noexcept { return idx >= 0 && idx <
 
 } // namespace
 
+// Like the public functions other than VELKCSzHashPairNum, these report
+// null or unusable arguments by their result alone, without an error.
 extern "C" {
 
 SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed)
 {
-    if (pHash == nullptr || cbNeed < 0) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+    if (pHash == nullptr) {
+        return nullptr;
+    }
+    // A negative need stands for texts too long for any block.
+    if (cbNeed < 0) {
+        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
         return nullptr;
     }
     const bool growSlots = SlotsShort(pHash->nSlot, pHash->nPair);
@@ -77,7 +83,6 @@ SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed)
 SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace)
 {
     if (pHash == nullptr) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return nullptr;
     }
     SzHash *pNew = VELKCIHashAllocator(nSlot, cbSpace);
@@ -103,7 +108,6 @@ void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst)
 SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx)
 {
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return nullptr;
     }
     const int cbKey = StoredSize(szKey);
@@ -136,7 +140,6 @@ SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szVa
 {
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr ||
         !ValidSlot(pHash, *pIdx) || pHash->rgSlot[*pIdx].pszKey == nullptr) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return nullptr;
     }
     char *pszOld = pHash->rgSlot[*pIdx].pszVal;

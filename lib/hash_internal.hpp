@@ -4,6 +4,7 @@
 // cbSpace bytes of packed strings. Not installed.
 #pragma once
 
+#include <velkc/error.h>
 #include <velkc/hash.h>
 #include <velkc/hashset.h>
 
@@ -63,18 +64,23 @@ std::size_t BlockBytes(int nSlot, int cbSpace) noexcept
     return sizeof(Block) + static_cast<std::size_t>(nSlot) * sizeof(SlotOf<Block>) + static_cast<std::size_t>(cbSpace);
 }
 
-// Sizes an allocator accepts: at least one slot, no negative string area.
-inline bool ValidSizes(int nSlot, int cbSpace) noexcept { return nSlot > 0 && cbSpace >= 0; }
-
-// A new zero-filled block with an empty header, or null if calloc fails.
-// The sizes must be valid. Records no error: each allocator does.
+// A new zero-filled block with an empty header. Null when the sizes are
+// refused (no slot, or a negative string area, whose byte count would wrap)
+// or calloc fails; *pErr then holds the code that the calling allocator
+// records.
 template <typename Block>
-Block *NewBlock(int nSlot, int cbSpace) noexcept
+Block *NewBlock(int nSlot, int cbSpace, unsigned *pErr) noexcept
 {
-    auto *p = static_cast<Block *>(std::calloc(1, BlockBytes<Block>(nSlot, cbSpace)));
-    if (p != nullptr) {
-        InitHeader(p, nSlot, cbSpace);
+    if (nSlot <= 0 || cbSpace < 0) {
+        *pErr = ERR_BAD_PARAMETERS;
+        return nullptr;
     }
+    auto *p = static_cast<Block *>(std::calloc(1, BlockBytes<Block>(nSlot, cbSpace)));
+    if (p == nullptr) {
+        *pErr = ERR_OUT_OF_MEMORY;
+        return nullptr;
+    }
+    InitHeader(p, nSlot, cbSpace);
     return p;
 }
 

@@ -4,13 +4,10 @@
 
 extern "C" SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace)
 {
-    if (!velkc::hash::ValidSizes(nSlot, cbSpace)) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
-        return nullptr;
-    }
-    SzHashSet *pSet = velkc::hash::NewBlock<SzHashSet>(nSlot, cbSpace);
+    unsigned err = 0;
+    SzHashSet *pSet = velkc::hash::NewBlock<SzHashSet>(nSlot, cbSpace, &err);
     if (pSet == nullptr) {
-        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
+        VELKC_SET_ERR(err);
     }
     return pSet;
 }

@@ -163,6 +163,12 @@ TEST(HashTable, NullArgumentsOnlyPairNumRecordsAnError)
     VELKCErrSetEx(0, "test", 0);
     EXPECT_EQ(VELKCSzHashGetLength(nullptr), -1);
     EXPECT_EQ(VELKCSzHashEnumKey(nullptr, &pList), -1);
+    // The internal steps behind set-value stay silent as well.
+    int idx = 0;
+    EXPECT_EQ(VELKCICheckSpace(nullptr, 8), nullptr);
+    EXPECT_EQ(VELKCVELKIReSizeHash(nullptr, 31, 512), nullptr);
+    EXPECT_EQ(VELKCInsertNewPair(nullptr, "k", "v", &idx), nullptr);
+    EXPECT_EQ(VELKCVELKIUpdateValue(nullptr, "k", "v", &idx), nullptr);
     EXPECT_EQ(VELKCErrGet(), 0u);
     EXPECT_EQ(VELKCSzHashPairNum(nullptr), -1);
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});

@@ -37,8 +37,7 @@ START_TEST(VELKCSzHashEnumKeyTest)
 
     VELK_ASSERT_PTR(pshHash, !=, NULL);
     VELK_ASSERT_PTR(pslList, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
     for (int i = 0; i < PAIR_COUNT; i++) {
         VELK_RESET();
         VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pshHash, rgszKey[i], rgszVal[i]), !=, -1);
@@ -59,8 +58,7 @@ START_TEST(VELKCSzHashEnumKeyTest)
         VELK_ASSERT_ERR(ERR_SUCCESS);
         VELK_ASSERT_LIST_SAME(ListSameWithStrArray(pslList, rgszKey + i + 1, 100 - i - 1));
     }
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
     VELKCSzListFree(pslList);
     VELKCSzHashFree(pshHash);
 }

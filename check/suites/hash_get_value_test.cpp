@@ -26,26 +26,12 @@ START_TEST(VELKCSzHashGetValueTest)
     SzHash *pshHash = VELKCSzHashAlloc(512);
 
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
+    HashSetPairs(pshHash, rgszKey, rgszVal, PAIR_COUNT, AssertValueOf);
     for (int i = 0; i < PAIR_COUNT; i++) {
-        VELK_RESET();
-        VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pshHash, rgszKey[i], rgszVal[i]), !=, -1);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_RESET();
-        const char *szVal = VELKCSzHashGetValue(pshHash, rgszKey[i]);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_ASSERT_STR(szVal, rgszVal[i]);
+        AssertValueOf(pshHash, rgszKey, rgszVal, rand() % PAIR_COUNT);
     }
-    for (int i = 0; i < PAIR_COUNT; i++) {
-        const int idxKey = rand() % PAIR_COUNT;
-        VELK_RESET();
-        const char *szVal = VELKCSzHashGetValue(pshHash, rgszKey[idxKey]);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_ASSERT_STR(szVal, rgszVal[idxKey]);
-    }
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
     VELKCSzHashFree(pshHash);
 }
 END_TEST

@@ -23,14 +23,8 @@ START_TEST(VELKCSzHashPairNumTest)
     SzHash *pshHash = VELKCSzHashAlloc(512);
 
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
-    for (int i = 0; i < PAIR_COUNT; i++) {
-        VELK_RESET();
-        VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pshHash, rgszKey[i], rgszVal[i]), !=, -1);
-        VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, i + 1);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-    }
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
+    HashSetPairs(pshHash, rgszKey, rgszVal, PAIR_COUNT, AssertPairCount);
     RandomTextFree(const_cast<char *>(rgszVal[0]));
     rgszVal[0] = RandomTextGen();
     VELK_ASSERT_PTR(rgszVal[0], !=, NULL);
@@ -47,8 +41,7 @@ START_TEST(VELKCSzHashPairNumTest)
         VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, 100 -i -1);
         VELK_ASSERT_ERR(ERR_SUCCESS);
     }
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
     VELKCSzHashFree(pshHash);
 }
 END_TEST

@@ -18,19 +18,13 @@ START_TEST(VELKCSzHashRemoveAllTest)
     SzHash *pshHash = VELKCSzHashAlloc(512);
 
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
-    for (int i = 0; i < PAIR_COUNT; i++) {
-        VELK_RESET();
-        VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pshHash, rgszKey[i], rgszVal[i]), !=, -1);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-    }
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
+    HashSetPairs(pshHash, rgszKey, rgszVal, PAIR_COUNT, NULL);
     VELK_RESET();
     VELKCHashRemoveAll(pshHash);
     VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, 0);
     VELK_ASSERT_ERR(ERR_SUCCESS);
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
     VELKCSzHashFree(pshHash);
 }
 END_TEST

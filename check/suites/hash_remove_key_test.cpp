@@ -28,8 +28,7 @@ START_TEST(VELKCSzHashRemoveKeyTest)
     SzHash *pHash = VELKCSzHashAlloc(512);
 
     VELK_ASSERT_PTR(pHash, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
     for (int i = 0; i < PAIR_COUNT; i++) {
         VELK_RESET();
         VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pHash, rgszKey[i], rgszVal[i]), !=, -1);
@@ -57,8 +56,7 @@ START_TEST(VELKCSzHashRemoveKeyTest)
             VELK_ASSERT_STR(szVal, rgszVal[i]);
         }
     }
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
     VELKCSzHashFree(pHash);
 }
 END_TEST

@@ -32,22 +32,12 @@ START_TEST(VELKCSzHashSetValueTest)
     const char *rgszVal[PAIR_COUNT];
 
     VELK_ASSERT_PTR(pshHash, !=, NULL);
-    RandomTextsGen(rgszKey, PAIR_COUNT);
-    RandomTextsGen(rgszVal, PAIR_COUNT);
+    RandomPairsGen(rgszKey, rgszVal, PAIR_COUNT);
+    HashSetPairs(pshHash, rgszKey, rgszVal, PAIR_COUNT, AssertPairCount);
     for (int i = 0; i < PAIR_COUNT; i++) {
-        VELK_RESET();
-        VELK_ASSERT_INT_ERR(VELKCSzHashSetValue(&pshHash, rgszKey[i], rgszVal[i]), !=, -1);
-        VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, i + 1);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
+        AssertValueOf(pshHash, rgszKey, rgszVal, i);
     }
-    for (int i = 0; i < PAIR_COUNT; i++) {
-        VELK_RESET();
-        const char *szVal = VELKCSzHashGetValue(pshHash, rgszKey[i]);
-        VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_ASSERT_STR(szVal, rgszVal[i]);
-    }
-    RandomTextsFree(rgszKey, PAIR_COUNT);
-    RandomTextsFree(rgszVal, PAIR_COUNT);
+    RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);
 }
 END_TEST
 

@@ -50,35 +50,31 @@ START_TEST(VELKStrJoinTestNULLArgs)
 }
 END_TEST
 
-START_TEST(VELKStrJoinTestOutStr)
+// Joins three names into szOutStr, a buffer of cbSize bytes or null for one
+// the join allocates, checks the text and frees the buffer.
+static void CheckJoinNames(char *szOutStr, int cbSize)
 {
     char *rgszItems[] = {(char *)"Amy", (char *)"Alan", (char *)"Rony"};
+
+    VELK_RESET();
+    VELK_ASSERT_INT_ERR(VELKCStrJoin(rgszItems, 3, ",", &szOutStr, &cbSize), ==, 0);
+    VELK_ASSERT_STR(szOutStr, "Amy,Alan,Rony");
+    VELK_ASSERT_INT(14, <=, cbSize);
+    VELK_ASSERT_ERR(ERR_SUCCESS);
+    free(szOutStr);
+}
+
+START_TEST(VELKStrJoinTestOutStr)
+{
     int cbSize = 32;
     char *szOutStr = (char *)malloc(cbSize);
 
     VELK_ASSERT_PTR(szOutStr, !=, NULL);
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCStrJoin(rgszItems, 3, ",", &szOutStr, &cbSize), ==, 0);
-    VELK_ASSERT_STR(szOutStr, "Amy,Alan,Rony");
-    VELK_ASSERT_INT(14, <=, cbSize);
-    VELK_ASSERT_ERR(ERR_SUCCESS);
-    free(szOutStr);
+    CheckJoinNames(szOutStr, cbSize);
 }
 END_TEST
 
-START_TEST(VELKStrJoinTestOutStrNULL)
-{
-    char *rgszItems[] = {(char *)"Amy", (char *)"Alan", (char *)"Rony"};
-    char *szOutStr = NULL;
-    int cbSize = 0;
-
-    VELK_RESET();
-    VELK_ASSERT_INT_ERR(VELKCStrJoin(rgszItems, 3, ",", &szOutStr, &cbSize), ==, 0);
-    VELK_ASSERT_STR(szOutStr, "Amy,Alan,Rony");
-    VELK_ASSERT_INT(14, <=, cbSize);
-    VELK_ASSERT_ERR(ERR_SUCCESS);
-    free(szOutStr);
-}
+START_TEST(VELKStrJoinTestOutStrNULL) { CheckJoinNames(NULL, 0); }
 END_TEST
 
 TCase *string_join_test(void)
