@@ -2,20 +2,16 @@
 // random text.
 #include "kovacore_test.h"
 
+#include "internal.hpp"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <syslog.h>
-
-#define SET_ERR(code) VELKCErrSetEx((code), VELKC_SOURCE, __LINE__)
 
 namespace {
 
-struct FileCloser {
-    void operator()(std::FILE *f) const noexcept { std::fclose(f); }
-};
-using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
+using velkc::UniqueFile;
 
 // A getline buffer released on scope exit.
 struct LineBuffer {
@@ -39,12 +35,12 @@ void CutAtNewline(char *line)
 int CompareFile(const char *path, const char **expected, bool skipComments)
 {
     if (path == nullptr || expected == nullptr) {
-        SET_ERR(ERR_BAD_PARAMETERS);
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
     UniqueFile file(std::fopen(path, "r"));
     if (!file) {
-        SET_ERR(ERR_OPEN_FAILED);
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
         return -1;
     }
     LineBuffer line;
@@ -60,7 +56,7 @@ int CompareFile(const char *path, const char **expected, bool skipComments)
         if (std::strcmp(line.data, expected[index]) != 0) {
             std::printf("szBuf[%s] != Line[%d]:[%s]\n", line.data, index, expected[index]);
             syslog(LOG_ERR, "szBuf[%s] != Line[%d]:[%s]\n", line.data, index, expected[index]);
-            SET_ERR(ERR_OPERATION_FAILED);
+            VELKC_SET_ERR(ERR_OPERATION_FAILED);
             return -1;
         }
         ++index;
@@ -68,7 +64,7 @@ int CompareFile(const char *path, const char **expected, bool skipComments)
     if (std::feof(file.get()) && expected[index] == nullptr) {
         return 0;
     }
-    SET_ERR(ERR_READ_FAILED);
+    VELKC_SET_ERR(ERR_READ_FAILED);
     return -1;
 }
 
@@ -90,7 +86,7 @@ void showFile(const char *path)
 {
     UniqueFile file(std::fopen(path, "r"));
     if (!file) {
-        SET_ERR(ERR_OPEN_FAILED);
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
         return;
     }
     std::printf("^---[%s]---\n", path);

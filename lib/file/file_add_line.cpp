@@ -93,11 +93,8 @@ extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const
         }
     }
     velkc::Status status = CopyInserting(rw, match, szLine, after);
-    if (status == velkc::kOk) {
-        status = rw.Commit();
-    }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     return 1;
 }

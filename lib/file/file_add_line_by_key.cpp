@@ -72,11 +72,8 @@ extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern,
         return out.Write(line.view());
     });
     // Without a match the unchanged copy is committed all the same.
-    if (status == velkc::kOk) {
-        status = rw.Commit();
-    }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     if (!inserted) {
         VELKC_SET_ERR(ERR_KEY_NOT_FOUND);

@@ -1,4 +1,5 @@
 // VELKCFileAddSection: append a section unless one of that name exists.
+#include "line_model.hpp"
 #include "rewrite.hpp"
 
 namespace {
@@ -10,8 +11,7 @@ bool FindSection(velkc::LineReader &reader, const char *szSection, bool &found, 
     found = false;
     terminated = false;
     while (!found && reader.next()) {
-        const int len = static_cast<int>(reader.size());
-        found = VELKCIFileIsSection(reader.data(), len) && VELKCIFileMatchSection(reader.data(), len, szSection) == 1;
+        found = velkc::IsHeaderOf(reader.view(), szSection);
         terminated = !reader.lastLineUnterminated();
     }
     return !reader.failed();

@@ -1,19 +1,10 @@
 // VELKCFileGetSection: the pairs of the first section of a name into a hash.
 #include "internal.hpp"
+#include "line_model.hpp"
 #include "line_reader.hpp"
 #include "pair_splitter.hpp"
 
 #include <velkc/file.h>
-
-namespace {
-
-bool IsHeaderOf(const velkc::LineReader &reader, const char *szSection)
-{
-    const int len = static_cast<int>(reader.size());
-    return VELKCIFileIsSection(reader.data(), len) && VELKCIFileMatchSection(reader.data(), len, szSection) == 1;
-}
-
-} // namespace
 
 // The section runs from its header to the next line that starts with "[".
 // Comment lines inside it are read as pairs too ("#a=b" gives the key "#a").
@@ -34,7 +25,7 @@ extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, Sz
     }
     bool found = false;
     while (!found && reader.next()) {
-        found = IsHeaderOf(reader, szSection);
+        found = velkc::IsHeaderOf(reader.view(), szSection);
     }
     while (found && reader.next() && reader.data()[0] != '[') {
         if (!splitter.add(reader.data(), ppHash)) {

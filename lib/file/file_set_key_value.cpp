@@ -57,11 +57,8 @@ extern "C" int VELKCFileSetKeyValue(const char *szFile, const char *szKey, const
             status = out.Pair(format, szKey, szValue);
         }
     }
-    if (status == velkc::kOk) {
-        status = rw.Commit();
-    }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     return 1;
 }

@@ -34,11 +34,8 @@ extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const
     velkc::Status status = rw.CopyReplacing(match, [&](const velkc::LineReader &) {
         return szLine ? rw.out().Line(szLine) : velkc::kOk; // a null line deletes it
     });
-    if (status == velkc::kOk) {
-        status = rw.Commit();
-    }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     return 1;
 }

@@ -210,6 +210,9 @@ public:
     // then rename over the target (0x2800).
     Status Commit();
 
+    // Commits when the copy went well; otherwise passes its failure on.
+    Status CommitAfter(Status copied) { return copied != kOk ? copied : Commit(); }
+
 private:
     const char *path_;
     RewritePolicy policy_;
