@@ -10,17 +10,17 @@ thread_local int tErrLine = 0;
 
 extern "C" {
 
-void VELKCErrSetEx(unsigned int code, const char *file, int line)
+void VELKCErrSetEx(unsigned int code, const char *file, int line) noexcept
 {
     kovaerrno = code;
     tErrFile = file;
     tErrLine = line;
 }
 
-unsigned int VELKCErrGet(void) { return kovaerrno; }
+unsigned int VELKCErrGet(void) noexcept { return kovaerrno; }
 
-const char *VELKCErrorGetFile(void) { return tErrFile; }
+const char *VELKCErrorGetFile(void) noexcept { return tErrFile; }
 
-int VELKCErrorGetLine(void) { return tErrLine; }
+int VELKCErrorGetLine(void) noexcept { return tErrLine; }
 
 } // extern "C"

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-extern "C" SzHash *VELKCSzHashAlloc(int cbInitSpace)
+extern "C" SzHash *VELKCSzHashAlloc(int cbInitSpace) noexcept
 {
     return VELKCIHashAllocator(velkc::hash::kInitSlots, std::max(cbInitSpace, velkc::hash::kMinSpace));
 }

@@ -2,7 +2,7 @@
 #include "hash_internal.hpp"
 #include "internal.hpp"
 
-extern "C" SzHash *VELKCIHashAllocator(int nSlot, int cbSpace)
+extern "C" SzHash *VELKCIHashAllocator(int nSlot, int cbSpace) noexcept
 {
     unsigned err = 0;
     SzHash *pHash = velkc::hash::NewBlock<SzHash>(nSlot, cbSpace, &err);

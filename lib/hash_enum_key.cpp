@@ -2,7 +2,7 @@
 // order.
 #include "hash_internal.hpp"
 
-extern "C" int VELKCSzHashEnumKey(const SzHash *pHash, SzList **ppList)
+extern "C" int VELKCSzHashEnumKey(const SzHash *pHash, SzList **ppList) noexcept
 {
     if (pHash == nullptr) {
         return -1;

@@ -3,4 +3,4 @@
 
 #include <cstdlib>
 
-extern "C" void VELKCSzHashFree(SzHash *pHash) { std::free(pHash); }
+extern "C" void VELKCSzHashFree(SzHash *pHash) noexcept { std::free(pHash); }

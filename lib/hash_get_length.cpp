@@ -2,4 +2,4 @@
 // error here.
 #include <velkc/hash.h>
 
-extern "C" int VELKCSzHashGetLength(const SzHash *pHash) { return pHash == nullptr ? -1 : pHash->nPair; }
+extern "C" int VELKCSzHashGetLength(const SzHash *pHash) noexcept { return pHash == nullptr ? -1 : pHash->nPair; }

@@ -55,7 +55,7 @@ bool ValidSlot(const SzHash *pHash, int idx) noexcept { return idx >= 0 && idx <
 // null or unusable arguments by their result alone, without an error.
 extern "C" {
 
-SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed)
+SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed) noexcept
 {
     if (pHash == nullptr) {
         return nullptr;
@@ -80,7 +80,7 @@ SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed)
     return VELKCVELKIReSizeHash(pHash, static_cast<int>(nSlot), static_cast<int>(cbSpace));
 }
 
-SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace)
+SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace) noexcept
 {
     if (pHash == nullptr) {
         return nullptr;
@@ -95,7 +95,7 @@ SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace)
 }
 
 // Tombstones and abandoned bytes stay behind: the copy is compact.
-void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst)
+void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst) noexcept
 {
     if (pSrc == nullptr || pDst == nullptr) {
         return;
@@ -105,7 +105,7 @@ void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst)
     });
 }
 
-SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx)
+SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) noexcept
 {
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr) {
         return nullptr;
@@ -121,7 +121,7 @@ SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue
 
 // A pair that does not fit in the free bytes, or an index outside the
 // table, is not written.
-void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int idx)
+void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int idx) noexcept
 {
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || !ValidSlot(pHash, idx)) {
         return;
@@ -136,7 +136,7 @@ void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int 
 
 // A value no longer than the current one overwrites it in place; a longer
 // one is stored anew and the old bytes are abandoned.
-SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx)
+SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) noexcept
 {
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr ||
         !ValidSlot(pHash, *pIdx) || pHash->rgSlot[*pIdx].pszKey == nullptr) {

@@ -22,7 +22,7 @@ extern "C" {
 
 // The sum, with 32-bit wrap-around, of the text's little-endian 32-bit
 // words (the last one padded with zero bytes), modulo the slot count.
-int VELKCRadixHashCode(const char *sz, unsigned int nSlot)
+int VELKCRadixHashCode(const char *sz, unsigned int nSlot) noexcept
 {
     if (sz == nullptr || nSlot == 0) {
         return -1;
@@ -38,7 +38,7 @@ int VELKCRadixHashCode(const char *sz, unsigned int nSlot)
     return static_cast<int>(sum % nSlot);
 }
 
-int VELKCGetLookDict(const SzHash *pHash, const char *szKey)
+int VELKCGetLookDict(const SzHash *pHash, const char *szKey) noexcept
 {
     if (pHash == nullptr) {
         return -1;
@@ -46,7 +46,7 @@ int VELKCGetLookDict(const SzHash *pHash, const char *szKey)
     return velkc::hash::ProbeFor(pHash, szKey).found;
 }
 
-int VELKCSetLookDict(const SzHash *pHash, const char *szKey)
+int VELKCSetLookDict(const SzHash *pHash, const char *szKey) noexcept
 {
     if (pHash == nullptr) {
         return -1;

@@ -3,7 +3,7 @@
 
 #include <velkc/hash.h>
 
-extern "C" int VELKCSzHashPairNum(const SzHash *pHash)
+extern "C" int VELKCSzHashPairNum(const SzHash *pHash) noexcept
 {
     if (pHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

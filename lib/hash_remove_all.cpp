@@ -3,7 +3,7 @@
 
 // Every slot ever used stays a tombstone, so lookups keep probing through
 // them until the table is next resized. The string area is handed out anew.
-extern "C" void VELKCHashRemoveAll(SzHash *pHash)
+extern "C" void VELKCHashRemoveAll(SzHash *pHash) noexcept
 {
     if (pHash == nullptr) {
         return;

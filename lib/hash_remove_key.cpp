@@ -3,7 +3,7 @@
 
 // The value's text stays in the string area, so the returned pointer holds
 // until the table next changes.
-extern "C" char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey)
+extern "C" char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey) noexcept
 {
     const int idx = VELKCGetLookDict(pHash, szKey);
     if (idx < 0) {

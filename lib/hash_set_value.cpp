@@ -25,7 +25,7 @@ bool Detach(const SzHash *pHash, const char *&sz, velkc::MallocPtr<char> &copy)
 
 } // namespace
 
-extern "C" int VELKCSzHashSetValue(SzHash **ppHash, const char *szKey, const char *szValue)
+extern "C" int VELKCSzHashSetValue(SzHash **ppHash, const char *szKey, const char *szValue) noexcept
 {
     if (ppHash == nullptr || *ppHash == nullptr || szKey == nullptr || szValue == nullptr) {
         return -1;

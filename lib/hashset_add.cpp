@@ -61,7 +61,7 @@ SzHashSet *Rebuild(const SzHashSet *pSet, int cbItem) noexcept
 
 } // namespace
 
-extern "C" int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem)
+extern "C" int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem) noexcept
 {
     if (ppSet == nullptr || *ppSet == nullptr || szItem == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

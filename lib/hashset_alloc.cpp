@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-extern "C" SzHashSet *VELKCSzHashSetAlloc(int cbInitSpace)
+extern "C" SzHashSet *VELKCSzHashSetAlloc(int cbInitSpace) noexcept
 {
     return VELKCSzHashSetAllocator(velkc::hash::kInitSlots, std::max(cbInitSpace, velkc::hash::kMinSpace));
 }

@@ -2,7 +2,7 @@
 #include "hash_internal.hpp"
 #include "internal.hpp"
 
-extern "C" SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace)
+extern "C" SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace) noexcept
 {
     unsigned err = 0;
     SzHashSet *pSet = velkc::hash::NewBlock<SzHashSet>(nSlot, cbSpace, &err);

@@ -3,4 +3,4 @@
 
 #include <cstdlib>
 
-extern "C" void VELKCSzHashSetFree(SzHashSet *pSet) { std::free(pSet); }
+extern "C" void VELKCSzHashSetFree(SzHashSet *pSet) noexcept { std::free(pSet); }

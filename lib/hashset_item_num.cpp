@@ -3,7 +3,7 @@
 
 #include <velkc/hashset.h>
 
-extern "C" int VELKCSzHashSetItemNum(const SzHashSet *pSet)
+extern "C" int VELKCSzHashSetItemNum(const SzHashSet *pSet) noexcept
 {
     if (pSet == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -3,7 +3,7 @@
 // is where the item would go.
 #include "hash_internal.hpp"
 
-extern "C" int VELKCSzHashSetLookDict(const SzHashSet *pSet, const char *szItem)
+extern "C" int VELKCSzHashSetLookDict(const SzHashSet *pSet, const char *szItem) noexcept
 {
     if (pSet == nullptr) {
         return -1;

@@ -5,7 +5,7 @@
 
 // Removing an absent item is not an error. The item's bytes stay behind
 // until the set is rebuilt.
-extern "C" int VELKCSzHashSetRemove(SzHashSet *pSet, const char *szItem)
+extern "C" int VELKCSzHashSetRemove(SzHashSet *pSet, const char *szItem) noexcept
 {
     if (pSet == nullptr || szItem == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-extern "C" void VELKCSzHashSetRemoveAll(SzHashSet *pSet)
+extern "C" void VELKCSzHashSetRemoveAll(SzHashSet *pSet) noexcept
 {
     if (pSet == nullptr) {
         return;

@@ -2,7 +2,7 @@
 #include "hash_internal.hpp"
 #include "internal.hpp"
 
-extern "C" int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList)
+extern "C" int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList) noexcept
 {
     if (pSet == nullptr || ppList == nullptr || *ppList == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-extern "C" VELKC_API SzList *VELKCSzListAlloc(int size)
+extern "C" VELKC_API SzList *VELKCSzListAlloc(int size) noexcept
 {
     SzList *pList = velkc::list::NewBlock(std::max(size, velkc::list::kMinSize));
     if (pList == nullptr) {

@@ -3,7 +3,7 @@
 #include "list_internal.hpp"
 
 // A byte-sorted list is refused: its order would mislead the search.
-extern "C" VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz)
+extern "C" VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz) noexcept
 {
     if (pList == nullptr || sz == nullptr || pList->fMode == OP_SORTED) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -3,7 +3,7 @@
 #include "list_internal.hpp"
 
 // Drops every hole, keeping the order of the items; returns the new count.
-extern "C" VELKC_API int VELKCSzListClean(SzList *pList)
+extern "C" VELKC_API int VELKCSzListClean(SzList *pList) noexcept
 {
     if (pList == nullptr) {
         return 0;

@@ -4,7 +4,7 @@
 
 #include <climits>
 
-extern "C" VELKC_API SzList *VELKCISzListExpand(SzList *pList)
+extern "C" VELKC_API SzList *VELKCISzListExpand(SzList *pList) noexcept
 {
     SzList *pNew = nullptr;
     if (pList != nullptr && pList->cbSize <= INT_MAX / 2) {

@@ -3,7 +3,7 @@
 #include "list_internal.hpp"
 
 // A Unicode-sorted list is refused: its order would mislead the search.
-extern "C" VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz)
+extern "C" VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz) noexcept
 {
     if (pList == nullptr || sz == nullptr || pList->fMode == OP_UNICODE_SORTED) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -6,7 +6,7 @@
 // complement of the insertion point. A failed caseless compare ends the
 // search at the current lower bound.
 extern "C" VELKC_API int VELKCSzListFindIndex(const SzList *pList, int hi, int lo, const char *sz,
-                                              int caseless)
+                                              int caseless) noexcept
 {
     if (pList == nullptr || sz == nullptr) {
         return -1;

@@ -3,4 +3,4 @@
 
 #include <velkc/list.h>
 
-extern "C" VELKC_API void VELKCSzListFree(SzList *pList) { std::free(pList); }
+extern "C" VELKC_API void VELKCSzListFree(SzList *pList) noexcept { std::free(pList); }

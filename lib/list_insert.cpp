@@ -25,7 +25,7 @@ int GrownSize(const SzList *pList, long long cbNeeded)
 
 } // namespace
 
-extern "C" VELKC_API int VELKCSzListInsert(SzList **ppList, int index, const char *sz)
+extern "C" VELKC_API int VELKCSzListInsert(SzList **ppList, int index, const char *sz) noexcept
 {
     if (ppList == nullptr || *ppList == nullptr || sz == nullptr || index < 0) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

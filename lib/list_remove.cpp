@@ -6,7 +6,7 @@
 
 // The removed string's bytes stay in the block, so the returned pointer is
 // valid until the list is grown, emptied or freed.
-extern "C" VELKC_API char *VELKCSzListRemove(SzList *pList, int index)
+extern "C" VELKC_API char *VELKCSzListRemove(SzList *pList, int index) noexcept
 {
     if (pList == nullptr || index < 0 || index >= pList->nItem) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -2,7 +2,7 @@
 #include "internal.hpp"
 #include "list_internal.hpp"
 
-extern "C" VELKC_API void VELKCSzListRemoveAll(SzList *pList)
+extern "C" VELKC_API void VELKCSzListRemoveAll(SzList *pList) noexcept
 {
     if (pList == nullptr) {
         return;

@@ -3,4 +3,4 @@
 
 #include <velkc/list.h>
 
-extern "C" VELKC_API char *VELKCSzListShift(SzList *pList) { return VELKCSzListRemove(pList, 0); }
+extern "C" VELKC_API char *VELKCSzListShift(SzList *pList) noexcept { return VELKCSzListRemove(pList, 0); }

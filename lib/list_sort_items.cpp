@@ -7,7 +7,7 @@
 
 // Sorts only a list that is unsorted now: an already sorted list merely
 // takes the new mode, it is not re-sorted. Mode 0 marks it unsorted.
-extern "C" VELKC_API void VELKCSzListSortItems(SzList *pList, int mode)
+extern "C" VELKC_API void VELKCSzListSortItems(SzList *pList, int mode) noexcept
 {
     if (pList == nullptr) {
         return;

@@ -3,7 +3,7 @@
 
 #include <velkc/list.h>
 
-extern "C" VELKC_API int VELKCSzListUnshift(SzList **ppList, const char *sz)
+extern "C" VELKC_API int VELKCSzListUnshift(SzList **ppList, const char *sz) noexcept
 {
     return VELKCSzListInsert(ppList, 0, sz);
 }

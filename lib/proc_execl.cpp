@@ -109,7 +109,7 @@ int WaitExitStatus(pid_t pid)
 
 } // namespace
 
-extern "C" int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...)
+extern "C" int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...) noexcept
 {
     // Looked up before the fork: the child must not load libraries.
     const InitCredentialsFn initCredentials = (flags & EXEC_FLAG_CREDENTIALS) ? LoadInitCredentials() : nullptr;

@@ -116,7 +116,7 @@ int WaitIntermediateChild(pid_t pid)
 
 } // namespace
 
-extern "C" int VELKCProcForkEx(int flags)
+extern "C" int VELKCProcForkEx(int flags) noexcept
 {
     std::fflush(nullptr); // no buffered output may be written twice
     const pid_t pid = fork();

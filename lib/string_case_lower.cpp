@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-char *VELKCStrCaseLower(char *szInput, int /*iReserved*/, char *szOutput, int iSzOutput)
+char *VELKCStrCaseLower(char *szInput, int /*iReserved*/, char *szOutput, int iSzOutput) noexcept
 {
     if (szInput == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

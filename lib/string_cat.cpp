@@ -18,7 +18,7 @@ bool FitsInt(std::size_t n) { return n <= static_cast<std::size_t>(INT_MAX); }
 
 } // namespace
 
-int VELKCStrCat(char **pszDest, int *pcbDest, const char *szSrc)
+int VELKCStrCat(char **pszDest, int *pcbDest, const char *szSrc) noexcept
 {
     if (pszDest == nullptr || pcbDest == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

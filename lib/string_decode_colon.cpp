@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-int VELKCStrDecodeColon(const char *szSrc, char *szDst, int cbDst)
+int VELKCStrDecodeColon(const char *szSrc, char *szDst, int cbDst) noexcept
 {
     if (szSrc == nullptr || szDst == nullptr || szSrc == szDst) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

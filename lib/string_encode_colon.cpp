@@ -5,7 +5,7 @@
 
 #include <velkc/str.h>
 
-int VELKCStrEncodeColon(const char *szSrc, char *szDst, int cbDst)
+int VELKCStrEncodeColon(const char *szSrc, char *szDst, int cbDst) noexcept
 {
     if (szSrc == nullptr || szDst == nullptr || szSrc == szDst) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-int VELKCStrReplace(char *szInput, const char *szOld, const char *szNew, char *szOutput, int iSzOutput)
+int VELKCStrReplace(char *szInput, const char *szOld, const char *szNew, char *szOutput, int iSzOutput) noexcept
 {
     if (szInput == nullptr || szOld == nullptr || szNew == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-int VELKCStrSep(const char *szInput, const char *szSep, SzList **ppList)
+int VELKCStrSep(const char *szInput, const char *szSep, SzList **ppList) noexcept
 {
     if (ppList == nullptr || *ppList == nullptr || szInput == nullptr || szSep == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

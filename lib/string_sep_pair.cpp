@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-int VELKCStrSepPair(const char *szInput, SzList **ppList)
+int VELKCStrSepPair(const char *szInput, SzList **ppList) noexcept
 {
     if (szInput == nullptr || ppList == nullptr || *ppList == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

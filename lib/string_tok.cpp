@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-int VELKCStrTok(const char *szInput, const char *szSep, SzList **ppList)
+int VELKCStrTok(const char *szInput, const char *szSep, SzList **ppList) noexcept
 {
     if (szSep == nullptr || ppList == nullptr || szInput == nullptr || *ppList == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

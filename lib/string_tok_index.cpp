@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-char *VELKCStrTokIndex(char **pszCursor, const char *szSep)
+char *VELKCStrTokIndex(char **pszCursor, const char *szSep) noexcept
 {
     if (pszCursor == nullptr || *pszCursor == nullptr || szSep == nullptr) {
         return nullptr;

@@ -4,7 +4,7 @@
 
 #include <velkc/str.h>
 
-int VELKCStrTrim(char *szInput, char *szOutput, const char *szDelim)
+int VELKCStrTrim(char *szInput, char *szOutput, const char *szDelim) noexcept
 {
     const std::string_view set = szDelim != nullptr ? std::string_view(szDelim) : velkc::kWhitespace;
     const int len = velkc::TrimText(szInput, szOutput, set, velkc::Quotes::Keep);

@@ -5,7 +5,7 @@
 
 #include <velkc/str.h>
 
-int VELKCStrTrimSpace(char *szInput, char *szOutput)
+int VELKCStrTrimSpace(char *szInput, char *szOutput) noexcept
 {
     const int len = velkc::TrimText(szInput, szOutput, velkc::kWhitespace, velkc::Quotes::StripOnePair);
     if (len < 0) {

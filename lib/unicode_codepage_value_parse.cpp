@@ -49,7 +49,7 @@ const LanguageCodepages *FindLanguage(const char *szLang)
 } // namespace
 
 // An unknown language is not an error: -1 with the record untouched.
-extern "C" VELKC_API int VELKCCodepageValueParse(int iKind, const char *szLang)
+extern "C" VELKC_API int VELKCCodepageValueParse(int iKind, const char *szLang) noexcept
 {
     if (szLang == nullptr) {
         VELKC_LOG(LOG_ERR, "Bad parameter (%d).", iKind);

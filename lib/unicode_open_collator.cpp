@@ -9,7 +9,7 @@ VELKC_API UCollator *pucollSysCollator = nullptr;
 
 // Opens the root-locale collator on first use and keeps it for the life of
 // the process. A failed open is retried by the next call.
-extern "C" VELKC_API UCollator *VELKCUnicodeIOpenCollator(void)
+extern "C" VELKC_API UCollator *VELKCUnicodeIOpenCollator(void) noexcept
 {
     if (pucollSysCollator == nullptr) {
         UErrorCode status = U_ZERO_ERROR;

@@ -6,7 +6,7 @@
 
 #include <unicode/ustring.h>
 
-extern "C" VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **ppDst, int cchDst)
+extern "C" VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **ppDst, int cchDst) noexcept
 {
     if (ppDst == nullptr || cchDst < 1 || pSrc == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -21,7 +21,7 @@ bool UpperOperand(const char *psz, velkc::MallocPtr<UChar> *ppUpper)
 
 // Case is removed by a full upper-case mapping of both strings; the root
 // collator then orders the upper-cased forms.
-extern "C" VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char *szB)
+extern "C" VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char *szB) noexcept
 {
     if (szA == nullptr || szB == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <unicode/ustring.h>
 
-extern "C" VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst, int cbDst)
+extern "C" VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst, int cbDst) noexcept
 {
     if (szSrc == nullptr || cbDst < 0 || (cbDst > 0 && szDst == nullptr)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -43,7 +43,7 @@ velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, 
 
 } // namespace
 
-extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags)
+extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags) noexcept
 {
     if (szFile == nullptr || szLine == nullptr || flags < 0) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

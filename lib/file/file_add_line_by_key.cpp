@@ -24,7 +24,7 @@ velkc::Status AppendLine(const char *szFile, const char *szLine)
 } // namespace
 
 extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern, const char *szLine, int flags,
-                                     const char *szSeps)
+                                     const char *szSeps) noexcept
 {
     if (szFile == nullptr || szSeps == nullptr || (flags & ~MATCH_FLAG_AFTER) != 0) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -21,7 +21,7 @@ bool FindSection(velkc::LineReader &reader, const char *szSection, bool &found, 
 
 // The section is appended in place, without a temporary file.
 extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
-                                   const char *szFormat)
+                                   const char *szFormat) noexcept
 {
     if (szFile == nullptr || szSection == nullptr || pHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -33,7 +33,7 @@ velkc::Status FindKey(velkc::LineReader &reader, const char *szKey, bool &found)
 // The pair is written at the end of the file in place, without a temporary
 // file and without looking at the last line's newline.
 extern "C" int VELKCFileAppendKey(const char *szFile, const char *szKey, const char *szValue,
-                                  const char *szFormat)
+                                  const char *szFormat) noexcept
 {
     if (szFile == nullptr || szKey == nullptr || szValue == nullptr || IsDirectory(szFile)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -13,7 +13,7 @@ constexpr std::string_view kFormatParts[] = {"%s", "=", "%s", "\n"};
 
 } // namespace
 
-extern "C" int VELKCIFileCheckFormat(const char *szFormat)
+extern "C" int VELKCIFileCheckFormat(const char *szFormat) noexcept
 {
     if (szFormat == nullptr) {
         return 1; // the caller's default format applies

@@ -12,7 +12,7 @@ constexpr int kValueSize = 512;
 // 1 when the key's value equals szValue ignoring ASCII case, 0 when it
 // differs or on error, defaultResult when the key has no value in the file.
 extern "C" int VELKCFileCheckKeyValue(const char *szFile, const char *szKey, const char *szValue,
-                                      int defaultResult)
+                                      int defaultResult) noexcept
 {
     if (szFile == nullptr || szKey == nullptr || szValue == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

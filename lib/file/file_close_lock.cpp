@@ -2,7 +2,7 @@
 #include "internal.hpp"
 #include "lock_table.hpp"
 
-extern "C" int VELKCFileCloseLock(void)
+extern "C" int VELKCFileCloseLock(void) noexcept
 {
     auto *table = static_cast<VELKCFileLock *>(VELKCFileLockTableGet());
     if (table == nullptr) {

@@ -14,7 +14,7 @@ constexpr std::size_t kMaxHeaderLine = 1023;
 // Pushes the text between each header's first "[" and last "]", inner blanks
 // kept. A header line longer than 1023 bytes ends the call with -1. Returns
 // the list's item count.
-extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList)
+extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList) noexcept
 {
     if (szFile == nullptr || ppList == nullptr || *ppList == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -51,7 +51,7 @@ bool TakeWanted(SzList *wanted, const char *key)
 // With wanted keys in pKeys only their first occurrences are taken and the
 // scan stops once all were seen; without, every pair is taken and a later
 // line overwrites an earlier one. Returns the hash's pair count.
-extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash **ppHash, const char *szSeps)
+extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash **ppHash, const char *szSeps) noexcept
 {
     if (szFile == nullptr || ppHash == nullptr || *ppHash == nullptr || szSeps == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

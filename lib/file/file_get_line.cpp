@@ -8,7 +8,7 @@
 
 // Flags as for VELKCILineMatch, plus MATCH_FLAG_LAST. Returns the line's size
 // without its "\n" but with its NUL, 0 when no line matches, -1 on error.
-extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char *szLine, int cbLine, int flags)
+extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char *szLine, int cbLine, int flags) noexcept
 {
     if (szFile == nullptr || szPattern == nullptr || flags < 0 || szLine == nullptr || cbLine <= 0) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

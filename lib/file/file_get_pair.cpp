@@ -8,7 +8,7 @@
 
 // Comment lines and lines without a key are skipped; a later line of a key
 // overwrites the earlier value. Returns the hash's pair count.
-extern "C" int VELKCFileGetPair(const char *szFile, SzHash **ppHash)
+extern "C" int VELKCFileGetPair(const char *szFile, SzHash **ppHash) noexcept
 {
     if (szFile == nullptr || ppHash == nullptr || *ppHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

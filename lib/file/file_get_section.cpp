@@ -9,7 +9,7 @@
 // The section runs from its header to the next line that starts with "[".
 // Comment lines inside it are read as pairs too ("#a=b" gives the key "#a").
 // A missing section is no error. Returns the hash's pair count.
-extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, SzHash **ppHash)
+extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, SzHash **ppHash) noexcept
 {
     if (szFile == nullptr || szSection == nullptr || ppHash == nullptr || *ppHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -22,7 +22,7 @@ constexpr int kSectionHashSize = 1024;
 // section is missing or empty (ERR_SECTION_NOT_FOUND) or the key is absent
 // from it (ERR_KEY_NOT_FOUND).
 extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey,
-                                        char *szValue, int cbValue)
+                                        char *szValue, int cbValue) noexcept
 {
     VELKC_REQUIRE(((void *)0) != szFile);
     VELKC_REQUIRE(((void *)0) != szSection);

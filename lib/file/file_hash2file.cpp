@@ -9,7 +9,7 @@ constexpr const char *kDefaultFormat = "%s=%s\n";
 
 } // namespace
 
-extern "C" int VELKCFileHash2File(FILE *stream, const char *szSection, const SzHash *pHash, const char *szFormat)
+extern "C" int VELKCFileHash2File(FILE *stream, const char *szSection, const SzHash *pHash, const char *szFormat) noexcept
 {
     if (stream == nullptr || !VELKCIFileCheckFormat(szFormat)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

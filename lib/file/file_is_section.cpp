@@ -4,7 +4,7 @@
 #include <cctype>
 
 // The line begins with "[" and its last non-white-space character is "]".
-extern "C" int VELKCIFileIsSection(const char *szLine, int len)
+extern "C" int VELKCIFileIsSection(const char *szLine, int len) noexcept
 {
     if (szLine == nullptr || szLine[0] != '[') {
         return 0;

@@ -29,7 +29,7 @@ Toggled Toggle(std::string_view line, std::string_view pattern, bool uncomment)
 
 } // namespace
 
-extern "C" int VELKCFileLineComment(const char *szFile, const char *szPattern, int uncomment)
+extern "C" int VELKCFileLineComment(const char *szFile, const char *szPattern, int uncomment) noexcept
 {
     if (szFile == nullptr || szPattern == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -9,7 +9,7 @@
 
 // The line is cut in place at its first "=", so that it then holds the key as
 // the file spells it; writers reuse that to write the key back unchanged.
-extern "C" int VELKCILineKeyMatch(char *szLine, const char *szKey)
+extern "C" int VELKCILineKeyMatch(char *szLine, const char *szKey) noexcept
 {
     if (szLine == nullptr || szKey == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -55,7 +55,7 @@ bool Matches(std::string_view line, std::string_view pattern, int flags)
 
 } // namespace
 
-extern "C" int VELKCILineMatch(const char *szLine, const char *szPattern, int flags)
+extern "C" int VELKCILineMatch(const char *szLine, const char *szPattern, int flags) noexcept
 {
     if (szLine == nullptr || szPattern == nullptr || flags < 0) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

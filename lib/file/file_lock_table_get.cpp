@@ -94,7 +94,7 @@ const LockTableRegistration gRegistration;
 
 } // namespace
 
-extern "C" void *VELKCFileLockTableGet(void)
+extern "C" void *VELKCFileLockTableGet(void) noexcept
 {
     if (void *table = pthread_getspecific(gLockTableKey)) {
         return table;

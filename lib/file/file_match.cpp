@@ -9,7 +9,7 @@
 
 // Each pattern item is compared with the token at its position; an empty
 // item is a wildcard. Tokens beyond the last item are ignored.
-extern "C" int VELKCFileMatch(const char *szLine, const SzList *pPattern, const char *szSeps)
+extern "C" int VELKCFileMatch(const char *szLine, const SzList *pPattern, const char *szSeps) noexcept
 {
     if (szLine == nullptr || szSeps == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

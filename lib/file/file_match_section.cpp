@@ -8,7 +8,7 @@
 
 // The header must read "[name]" exactly, followed only by white space up to
 // len; blanks inside the brackets make a different name.
-extern "C" int VELKCIFileMatchSection(const char *szLine, int len, const char *szSection)
+extern "C" int VELKCIFileMatchSection(const char *szLine, int len, const char *szSection) noexcept
 {
     if (szLine == nullptr || szSection == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -3,7 +3,7 @@
 #include "rewrite.hpp"
 
 extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection, const char *szNewSection,
-                                       const SzHash *pHash, int flags, const char *szFormat)
+                                       const SzHash *pHash, int flags, const char *szFormat) noexcept
 {
     if (szFile == nullptr || szSection == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -13,7 +13,7 @@ constexpr std::size_t kMaxPiece = 1023;
 } // namespace
 
 // Returns 0 at the end of the file, -1 on error (a read error sets no code).
-extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList)
+extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList) noexcept
 {
     if (szFile == nullptr || ppList == nullptr || *ppList == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

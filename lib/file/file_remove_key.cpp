@@ -1,7 +1,7 @@
 // VELKCFileRemoveKey: drop every line of a key.
 #include "rewrite.hpp"
 
-extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey)
+extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey) noexcept
 {
     if (szFile == nullptr || szKey == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

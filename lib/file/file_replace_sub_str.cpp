@@ -23,7 +23,7 @@ velkc::Status ReplaceAll(const velkc::Output &out, std::string_view line, std::s
 
 } // namespace
 
-extern "C" int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, const char *szNew)
+extern "C" int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, const char *szNew) noexcept
 {
     if (szFile == nullptr || szOld == nullptr || szNew == nullptr || szOld[0] == '\0') {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

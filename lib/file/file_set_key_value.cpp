@@ -9,7 +9,7 @@ constexpr const char *kDefaultFormat = "%s=%s\n";
 } // namespace
 
 extern "C" int VELKCFileSetKeyValue(const char *szFile, const char *szKey, const char *szValue,
-                                    const char *szFormat)
+                                    const char *szFormat) noexcept
 {
     if (szFile == nullptr || szKey == nullptr || szValue == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -115,7 +115,7 @@ private:
 
 } // namespace
 
-extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat)
+extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat) noexcept
 {
     if (szFile == nullptr || pHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

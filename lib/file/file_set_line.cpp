@@ -1,7 +1,7 @@
 // VELKCFileSetLine: replace or delete the line matching a pattern.
 #include "rewrite.hpp"
 
-extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags)
+extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags) noexcept
 {
     // Bad flags are the matcher's to refuse: no line matches then.
     if (szFile == nullptr || szPattern == nullptr) {

@@ -3,7 +3,7 @@
 #include "rewrite.hpp"
 
 extern "C" int VELKCFileSetLineByKey(const char *szFile, const SzList *pPattern, const char *szLine,
-                                     const char *szSeps)
+                                     const char *szSeps) noexcept
 {
     if (szFile == nullptr || pPattern == nullptr || pPattern->nItem == 0 || szSeps == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

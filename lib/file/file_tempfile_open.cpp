@@ -4,7 +4,7 @@
 
 #include <velkc/file.h>
 
-extern "C" FILE *VELKCFileTempFileOpen(char *szTemplate)
+extern "C" FILE *VELKCFileTempFileOpen(char *szTemplate) noexcept
 {
     if (szTemplate == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -29,10 +29,10 @@ VELKC_BEGIN_DECLS
 /* The calling thread's error code. */
 extern VELKC_API __thread unsigned int kovaerrno;
 
-VELKC_API void VELKCErrSetEx(unsigned int code, const char *file, int line);
-VELKC_API unsigned int VELKCErrGet(void);
-VELKC_API const char *VELKCErrorGetFile(void);
-VELKC_API int VELKCErrorGetLine(void);
+VELKC_API void VELKCErrSetEx(unsigned int code, const char *file, int line) VELKC_NOEXCEPT;
+VELKC_API unsigned int VELKCErrGet(void) VELKC_NOEXCEPT;
+VELKC_API const char *VELKCErrorGetFile(void) VELKC_NOEXCEPT;
+VELKC_API int VELKCErrorGetLine(void) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

@@ -8,6 +8,13 @@
 #define VELKC_API
 #endif
 
+/* No exception ever leaves the library: C++ callers may rely on it. */
+#ifdef __cplusplus
+#define VELKC_NOEXCEPT noexcept
+#else
+#define VELKC_NOEXCEPT
+#endif
+
 #ifdef __cplusplus
 #define VELKC_BEGIN_DECLS extern "C" {
 #define VELKC_END_DECLS }

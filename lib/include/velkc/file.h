@@ -30,53 +30,53 @@ typedef struct VELKCFileLock {
 VELKC_BEGIN_DECLS
 
 /* Line model. */
-VELKC_API int VELKCILineMatch(const char *szLine, const char *szPattern, int flags);
-VELKC_API int VELKCILineKeyMatch(char *szLine, const char *szKey);
-VELKC_API int VELKCFileMatch(const char *szLine, const SzList *pPattern, const char *szSeps);
-VELKC_API int VELKCIFileIsSection(const char *szLine, int len);
-VELKC_API int VELKCIFileMatchSection(const char *szLine, int len, const char *szSection);
-VELKC_API int VELKCIFileCheckFormat(const char *szFormat);
+VELKC_API int VELKCILineMatch(const char *szLine, const char *szPattern, int flags) VELKC_NOEXCEPT;
+VELKC_API int VELKCILineKeyMatch(char *szLine, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileMatch(const char *szLine, const SzList *pPattern, const char *szSeps) VELKC_NOEXCEPT;
+VELKC_API int VELKCIFileIsSection(const char *szLine, int len) VELKC_NOEXCEPT;
+VELKC_API int VELKCIFileMatchSection(const char *szLine, int len, const char *szSection) VELKC_NOEXCEPT;
+VELKC_API int VELKCIFileCheckFormat(const char *szFormat) VELKC_NOEXCEPT;
 
 /* Safe rewrite and lock table. */
-VELKC_API FILE *VELKCFileTempFileOpen(char *szTemplate);
-VELKC_API void *VELKCFileLockTableGet(void);
-VELKC_API int VELKCFileCloseLock(void);
+VELKC_API FILE *VELKCFileTempFileOpen(char *szTemplate) VELKC_NOEXCEPT;
+VELKC_API void *VELKCFileLockTableGet(void) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileCloseLock(void) VELKC_NOEXCEPT;
 
 /* Readers. */
-VELKC_API int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char *szValue, int cbValue, int flags);
-VELKC_API int VELKCFileGetLine(const char *szFile, const char *szPattern, char *szLine, int cbLine, int flags);
-VELKC_API int VELKCFileGetPair(const char *szFile, SzHash **ppHash);
-VELKC_API int VELKCFileGetSection(const char *szFile, const char *szSection, SzHash **ppHash);
+VELKC_API int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char *szValue, int cbValue, int flags) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileGetLine(const char *szFile, const char *szPattern, char *szLine, int cbLine, int flags) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileGetPair(const char *szFile, SzHash **ppHash) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileGetSection(const char *szFile, const char *szSection, SzHash **ppHash) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey,
-                                       char *szValue, int cbValue);
-VELKC_API int VELKCFileEnumSection(const char *szFile, SzList **ppList);
-VELKC_API int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash **ppHash, const char *szSeps);
-VELKC_API int VELKCFileReadLines(const char *szFile, SzList **ppList);
+                                       char *szValue, int cbValue) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileEnumSection(const char *szFile, SzList **ppList) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash **ppHash, const char *szSeps) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileReadLines(const char *szFile, SzList **ppList) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileCheckKeyValue(const char *szFile, const char *szKey, const char *szValue,
-                                     int defaultResult);
+                                     int defaultResult) VELKC_NOEXCEPT;
 
 /* Key and line writers. */
 VELKC_API int VELKCFileSetKeyValue(const char *szFile, const char *szKey, const char *szValue,
-                                   const char *szFormat);
+                                   const char *szFormat) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileAppendKey(const char *szFile, const char *szKey, const char *szValue,
-                                 const char *szFormat);
-VELKC_API int VELKCFileRemoveKey(const char *szFile, const char *szKey);
-VELKC_API int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags);
+                                 const char *szFormat) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileRemoveKey(const char *szFile, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern, const char *szLine, int flags,
-                                    const char *szSeps);
-VELKC_API int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags);
+                                    const char *szSeps) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileSetLineByKey(const char *szFile, const SzList *pPattern, const char *szLine,
-                                    const char *szSeps);
-VELKC_API int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, const char *szNew);
-VELKC_API int VELKCFileLineComment(const char *szFile, const char *szPattern, int uncomment);
-VELKC_API int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat);
+                                    const char *szSeps) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, const char *szNew) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileLineComment(const char *szFile, const char *szPattern, int uncomment) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat) VELKC_NOEXCEPT;
 
 /* Sections. */
-VELKC_API int VELKCFileHash2File(FILE *stream, const char *szSection, const SzHash *pHash, const char *szFormat);
+VELKC_API int VELKCFileHash2File(FILE *stream, const char *szSection, const SzHash *pHash, const char *szFormat) VELKC_NOEXCEPT;
 VELKC_API int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
-                                  const char *szFormat);
+                                  const char *szFormat) VELKC_NOEXCEPT;
 VELKC_API int VELKCIFileModifySection(const char *szFile, const char *szSection, const char *szNewSection,
-                                      const SzHash *pHash, int flags, const char *szFormat);
+                                      const SzHash *pHash, int flags, const char *szFormat) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

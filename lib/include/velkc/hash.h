@@ -24,27 +24,27 @@ typedef struct SzHash {
 
 VELKC_BEGIN_DECLS
 
-VELKC_API SzHash *VELKCSzHashAlloc(int cbInitSpace);
-VELKC_API void VELKCSzHashFree(SzHash *pHash);
-VELKC_API int VELKCSzHashSetValue(SzHash **ppHash, const char *szKey, const char *szValue);
-VELKC_API char *VELKCSzHashGetValue(const SzHash *pHash, const char *szKey);
-VELKC_API char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey);
-VELKC_API void VELKCHashRemoveAll(SzHash *pHash);
-VELKC_API int VELKCSzHashPairNum(const SzHash *pHash);
-VELKC_API int VELKCSzHashGetLength(const SzHash *pHash);
-VELKC_API int VELKCSzHashEnumKey(const SzHash *pHash, SzList **ppList);
+VELKC_API SzHash *VELKCSzHashAlloc(int cbInitSpace) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzHashFree(SzHash *pHash) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetValue(SzHash **ppHash, const char *szKey, const char *szValue) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzHashGetValue(const SzHash *pHash, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API void VELKCHashRemoveAll(SzHash *pHash) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashPairNum(const SzHash *pHash) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashGetLength(const SzHash *pHash) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashEnumKey(const SzHash *pHash, SzList **ppList) VELKC_NOEXCEPT;
 
 /* Internal operations, exported for the table's own tests. */
-VELKC_API SzHash *VELKCIHashAllocator(int nSlot, int cbSpace);
-VELKC_API int VELKCRadixHashCode(const char *sz, unsigned int nSlot);
-VELKC_API int VELKCGetLookDict(const SzHash *pHash, const char *szKey);
-VELKC_API int VELKCSetLookDict(const SzHash *pHash, const char *szKey);
-VELKC_API SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed);
-VELKC_API SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace);
-VELKC_API void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst);
-VELKC_API SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx);
-VELKC_API void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int idx);
-VELKC_API SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx);
+VELKC_API SzHash *VELKCIHashAllocator(int nSlot, int cbSpace) VELKC_NOEXCEPT;
+VELKC_API int VELKCRadixHashCode(const char *sz, unsigned int nSlot) VELKC_NOEXCEPT;
+VELKC_API int VELKCGetLookDict(const SzHash *pHash, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API int VELKCSetLookDict(const SzHash *pHash, const char *szKey) VELKC_NOEXCEPT;
+VELKC_API SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed) VELKC_NOEXCEPT;
+VELKC_API SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace) VELKC_NOEXCEPT;
+VELKC_API void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst) VELKC_NOEXCEPT;
+VELKC_API SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) VELKC_NOEXCEPT;
+VELKC_API void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int idx) VELKC_NOEXCEPT;
+VELKC_API SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

@@ -23,16 +23,16 @@ typedef struct SzHashSet {
 
 VELKC_BEGIN_DECLS
 
-VELKC_API SzHashSet *VELKCSzHashSetAlloc(int cbInitSpace);
-VELKC_API SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace);
-VELKC_API void VELKCSzHashSetFree(SzHashSet *pSet);
-VELKC_API int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem);
-VELKC_API int VELKCSzHashSetContains(const SzHashSet *pSet, const char *szItem);
-VELKC_API int VELKCSzHashSetRemove(SzHashSet *pSet, const char *szItem);
-VELKC_API void VELKCSzHashSetRemoveAll(SzHashSet *pSet);
-VELKC_API int VELKCSzHashSetItemNum(const SzHashSet *pSet);
-VELKC_API int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList);
-VELKC_API int VELKCSzHashSetLookDict(const SzHashSet *pSet, const char *szItem);
+VELKC_API SzHashSet *VELKCSzHashSetAlloc(int cbInitSpace) VELKC_NOEXCEPT;
+VELKC_API SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzHashSetFree(SzHashSet *pSet) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetContains(const SzHashSet *pSet, const char *szItem) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetRemove(SzHashSet *pSet, const char *szItem) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzHashSetRemoveAll(SzHashSet *pSet) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetItemNum(const SzHashSet *pSet) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzHashSetLookDict(const SzHashSet *pSet, const char *szItem) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

@@ -24,26 +24,26 @@ typedef struct SzList {
 
 VELKC_BEGIN_DECLS
 
-VELKC_API SzList *VELKCSzListAlloc(int size);
-VELKC_API void VELKCSzListFree(SzList *pList);
-VELKC_API char *VELKCSzListGet(const SzList *pList, int index);
-VELKC_API int VELKCSzListInsert(SzList **ppList, int index, const char *sz);
-VELKC_API int VELKCSzListPush(SzList **ppList, const char *sz);
-VELKC_API int VELKCSzListUnshift(SzList **ppList, const char *sz);
-VELKC_API char *VELKCSzListRemove(SzList *pList, int index);
-VELKC_API char *VELKCSzListShift(SzList *pList);
-VELKC_API char *VELKCSzListPop(SzList *pList);
-VELKC_API void VELKCSzListRemoveAll(SzList *pList);
-VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz);
-VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz);
-VELKC_API int VELKCSzListFindIndex(const SzList *pList, int hi, int lo, const char *sz, int caseless);
-VELKC_API void VELKCSzListSortItems(SzList *pList, int mode);
-VELKC_API int VELKCSzListStrcmp(const void *ppszA, const void *ppszB);
-VELKC_API int VELKCSzListUTF8StrCasecmp(const void *ppszA, const void *ppszB);
-VELKC_API int VELKCSzListClean(SzList *pList);
-VELKC_API SzList *VELKCISzListExpand(SzList *pList);
-VELKC_API SzList *VELKCSzListAnd(SzList *pList1, SzList *pList2, int flag);
-VELKC_API SzList *VELKCSzListOr(SzList **ppList1, SzList *pList2, int flag);
+VELKC_API SzList *VELKCSzListAlloc(int size) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzListFree(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzListGet(const SzList *pList, int index) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListInsert(SzList **ppList, int index, const char *sz) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListPush(SzList **ppList, const char *sz) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListUnshift(SzList **ppList, const char *sz) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzListRemove(SzList *pList, int index) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzListShift(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API char *VELKCSzListPop(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzListRemoveAll(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListFindIndex(const SzList *pList, int hi, int lo, const char *sz, int caseless) VELKC_NOEXCEPT;
+VELKC_API void VELKCSzListSortItems(SzList *pList, int mode) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListStrcmp(const void *ppszA, const void *ppszB) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListUTF8StrCasecmp(const void *ppszA, const void *ppszB) VELKC_NOEXCEPT;
+VELKC_API int VELKCSzListClean(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API SzList *VELKCISzListExpand(SzList *pList) VELKC_NOEXCEPT;
+VELKC_API SzList *VELKCSzListAnd(SzList *pList1, SzList *pList2, int flag) VELKC_NOEXCEPT;
+VELKC_API SzList *VELKCSzListOr(SzList **ppList1, SzList *pList2, int flag) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

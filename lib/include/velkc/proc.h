@@ -21,10 +21,10 @@
 
 VELKC_BEGIN_DECLS
 
-VELKC_API int VELKCProcForkEx(int flags);
-VELKC_API int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...);
+VELKC_API int VELKCProcForkEx(int flags) VELKC_NOEXCEPT;
+VELKC_API int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...) VELKC_NOEXCEPT;
 VELKC_API int VELKCExec(const char *szPath, const char *szArg1, const char *szArg2,
-                        const char *szArg3, const char *szArg4);
+                        const char *szArg3, const char *szArg4) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

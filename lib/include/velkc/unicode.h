@@ -50,9 +50,9 @@ enum {
 
 VELKC_BEGIN_DECLS
 
-VELKC_API int VELKCCodepageValueParse(int iKind, const char *szLang);
-VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst, int cbDst);
-VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char *szB);
+VELKC_API int VELKCCodepageValueParse(int iKind, const char *szLang) VELKC_NOEXCEPT;
+VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst, int cbDst) VELKC_NOEXCEPT;
+VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char *szB) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

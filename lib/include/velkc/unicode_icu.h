@@ -12,8 +12,8 @@ VELKC_BEGIN_DECLS
 /* The process-wide collator, opened on first use and never closed. */
 extern VELKC_API UCollator *pucollSysCollator;
 
-VELKC_API UCollator *VELKCUnicodeIOpenCollator(void);
-VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **ppDst, int cchDst);
+VELKC_API UCollator *VELKCUnicodeIOpenCollator(void) VELKC_NOEXCEPT;
+VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **ppDst, int cchDst) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 
