@@ -4,29 +4,11 @@
 
 namespace {
 
-// Without a pattern and with MATCH_FLAG_AFTER the line is appended in place.
-velkc::Status AppendInPlace(velkc::Rewrite &rw, bool unterminated, const char *szLine)
-{
-    const velkc::Output out(rw.target().stream());
-    if (std::fseek(out.stream(), 0, SEEK_END) != 0) {
-        return ERR_SEEK_FAILED;
-    }
-    if (unterminated) {
-        if (velkc::Status status = out.Write("\n")) {
-            return status;
-        }
-    }
-    if (velkc::Status status = out.Line(szLine)) {
-        return status;
-    }
-    return velkc::Sync(out);
-}
-
 // Copies the target with szLine before, or after, its line number match.
 // A matched last line without "\n" gets one before the new line.
 velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, bool after)
 {
-    const velkc::Output &out = rw.out();
+    velkc::Output &out = rw.out();
     return rw.CopyReplacing(match, [&](const velkc::LineReader &line) -> velkc::Status {
         if (!after) {
             if (velkc::Status status = out.Line(szLine)) {
@@ -41,6 +23,47 @@ velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, 
     });
 }
 
+// Without a pattern and with MATCH_FLAG_AFTER the line is appended in place,
+// after a "\n" when the file does not end in one.
+velkc::Status AppendInPlace(velkc::Rewrite &rw, const char *szLine)
+{
+    bool unterminated = false;
+    if (velkc::Status status = rw.ProbeLastByte(unterminated)) {
+        return status;
+    }
+    velkc::Output text;
+    if (velkc::Status status = text.Write(unterminated ? "\n" : "")) {
+        return status;
+    }
+    if (velkc::Status status = text.Line(szLine)) {
+        return status;
+    }
+    return rw.Append(text.contents());
+}
+
+velkc::Status Insert(velkc::Rewrite &rw, const char *szPattern, const char *szLine, int flags, bool &matched)
+{
+    long match = -1;
+    if (szPattern != nullptr) {
+        if (velkc::Status status = rw.FindLine(szPattern, flags, match)) {
+            return status;
+        }
+        matched = match >= 0;
+        if (!matched) {
+            return velkc::kOk;
+        }
+    }
+    if (velkc::Status status = rw.Begin()) {
+        return status;
+    }
+    if (szPattern == nullptr) { // the new line becomes the first
+        if (velkc::Status status = rw.out().Line(szLine)) {
+            return status;
+        }
+    }
+    return rw.CommitAfter(CopyInserting(rw, match, szLine, flags & MATCH_FLAG_AFTER));
+}
+
 } // namespace
 
 extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const char *szLine, int flags) noexcept
@@ -49,52 +72,27 @@ extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    // Once closed for the rename, the temporary file is left behind if the
-    // rename fails.
-    velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED, .keepClosedTemp = true});
-    bool created = false;
-    if (velkc::Status status =
-            rw.OpenOrCreate("r+", [&](const velkc::Output &out) { return out.Line(szLine); }, created)) {
+    const bool append = szPattern == nullptr && (flags & MATCH_FLAG_AFTER);
+    velkc::Rewrite rw(szFile);
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target, append)) {
         return VELKC_FAIL(status);
     }
-    if (created) {
-        return 1;
+    bool matched = true;
+    velkc::Status status;
+    if (target == velkc::Rewrite::Target::kMissing) {
+        status = rw.CreateLine(szLine);
+    } else if (append) {
+        status = AppendInPlace(rw, szLine);
+    } else {
+        status = Insert(rw, szPattern, szLine, flags, matched);
     }
-    bool unterminated = false;
-    if (velkc::Status status = rw.StatTarget()) {
+    if (status != velkc::kOk) {
         return VELKC_FAIL(status);
     }
-    if (velkc::Status status = rw.ProbeLastByte(unterminated)) {
-        return VELKC_FAIL(status);
-    }
-    const bool after = flags & MATCH_FLAG_AFTER;
-    if (szPattern == nullptr && after) {
-        if (velkc::Status status = AppendInPlace(rw, unterminated, szLine)) {
-            return VELKC_FAIL(status);
-        }
-        return 1;
-    }
-    long match = -1;
-    if (szPattern != nullptr) {
-        if (velkc::Status status = rw.FindLine(szPattern, flags, match)) {
-            return VELKC_FAIL(status);
-        }
-        if (match < 0) {
-            VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
-            return 0;
-        }
-    }
-    if (velkc::Status status = rw.CreateTemp()) {
-        return VELKC_FAIL(status);
-    }
-    if (szPattern == nullptr) { // the new line becomes the first
-        if (velkc::Status status = rw.out().Line(szLine)) {
-            return VELKC_FAIL(status);
-        }
-    }
-    velkc::Status status = CopyInserting(rw, match, szLine, after);
-    if (velkc::Status failed = rw.CommitAfter(status)) {
-        return VELKC_FAIL(failed);
+    if (!matched) {
+        VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
+        return 0;
     }
     return 1;
 }

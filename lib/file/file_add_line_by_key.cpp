@@ -7,18 +7,15 @@ namespace {
 bool IsEmpty(const SzList *pPattern) { return pPattern == nullptr || pPattern->nItem == 0; }
 
 // Appends the line as it stands: no newline after it, and no look at the
-// last line's newline before it.
+// last line's newline before it. A missing file is created.
 velkc::Status AppendLine(const char *szFile, const char *szLine)
 {
-    std::FILE *stream = std::fopen(szFile, "a+");
-    if (stream == nullptr) {
-        return ERR_OPEN_FAILED;
-    }
-    velkc::UniqueFile owner(stream);
-    if (velkc::Status status = velkc::Output(stream).Write(szLine)) {
+    velkc::Rewrite rw(szFile);
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target, true)) {
         return status;
     }
-    return velkc::SyncAndClose(owner.release());
+    return target == velkc::Rewrite::Target::kMissing ? rw.Create(szLine) : rw.Append(szLine);
 }
 
 } // namespace
@@ -44,7 +41,7 @@ extern "C" int VELKCFileAddLineByKey(const char *szFile, const SzList *pPattern,
     if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
-    const velkc::Output &out = rw.out();
+    velkc::Output &out = rw.out();
     bool inserted = false;
     velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
         if (inserted) {

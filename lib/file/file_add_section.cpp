@@ -1,12 +1,13 @@
 // VELKCFileAddSection: append a section unless one of that name exists.
 #include "line_model.hpp"
 #include "rewrite.hpp"
+#include "section_output.hpp"
 
 namespace {
 
 // Reads the whole file looking for the header of szSection. Sets
 // terminated when the last line read ends in "\n" (false for an empty file).
-bool FindSection(velkc::LineReader &reader, const char *szSection, bool &found, bool &terminated)
+velkc::Status FindSection(velkc::LineReader &reader, const char *szSection, bool &found, bool &terminated)
 {
     found = false;
     terminated = false;
@@ -14,12 +15,13 @@ bool FindSection(velkc::LineReader &reader, const char *szSection, bool &found, 
         found = velkc::IsHeaderOf(reader.view(), szSection);
         terminated = !reader.lastLineUnterminated();
     }
-    return !reader.failed();
+    return reader.error();
 }
 
 } // namespace
 
-// The section is appended in place, without a temporary file.
+// The section is appended in place, in one write; a missing file is created
+// holding it.
 extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
                                    const char *szFormat) noexcept
 {
@@ -27,35 +29,32 @@ extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, co
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    velkc::LineReader reader;
-    if (!reader.open(szFile, "a+")) {
-        VELKC_SET_ERR(ERR_OPEN_FAILED);
-        return -1;
+    velkc::Rewrite rw(szFile);
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target, true)) {
+        return VELKC_FAIL(status);
     }
     bool found = false;
     bool terminated = false;
-    if (!FindSection(reader, szSection, found, terminated)) {
-        return -1; // a read error carries no code
-    }
-    if (found) {
-        return 0;
-    }
-    // A bad format is refused before anything is appended, so that a failure
-    // never leaves half a section behind.
-    if (!VELKCIFileCheckFormat(szFormat)) {
-        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
-        return -1;
+    if (target == velkc::Rewrite::Target::kOpened) {
+        if (velkc::Status status = FindSection(rw.target(), szSection, found, terminated)) {
+            return VELKC_FAIL(status);
+        }
+        if (found) {
+            return 0;
+        }
     }
     // Even an empty file gets the "\n": the section then follows a blank line.
-    const velkc::Output out(reader.stream());
-    if (!terminated && out.Write("\n") != velkc::kOk) {
-        VELKC_SET_ERR(ERR_WRITE_FAILED);
-        return -1;
+    velkc::Output section;
+    velkc::Status status = section.Write(terminated ? "" : "\n");
+    if (status == velkc::kOk) {
+        status = velkc::WriteSection(section, szSection, pHash, szFormat);
     }
-    if (VELKCFileHash2File(out.stream(), szSection, pHash, szFormat) != 0) {
-        return -1;
+    if (status == velkc::kOk) {
+        status = target == velkc::Rewrite::Target::kOpened ? rw.Append(section.contents())
+                                                           : rw.Create(section.contents());
     }
-    if (velkc::Status status = velkc::Sync(out)) {
+    if (status != velkc::kOk) {
         return VELKC_FAIL(status);
     }
     return 1;

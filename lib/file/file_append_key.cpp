@@ -1,11 +1,11 @@
 // VELKCFileAppendKey: append a key/value line unless the key is present.
+#include "line_model.hpp"
 #include "rewrite.hpp"
+#include "section_output.hpp"
 
 #include <sys/stat.h>
 
 namespace {
-
-constexpr const char *kDefaultFormat = "%s=%s\n";
 
 bool IsDirectory(const char *path)
 {
@@ -16,57 +16,49 @@ bool IsDirectory(const char *path)
 // Reads the whole file looking for a key line of szKey.
 velkc::Status FindKey(velkc::LineReader &reader, const char *szKey, bool &found)
 {
-    velkc::LineCopy copy;
     found = false;
     while (!found && reader.next()) {
-        char *line = copy.assign(reader.view());
-        if (line == nullptr) {
-            return ERR_OUT_OF_MEMORY;
-        }
-        found = VELKCILineKeyMatch(line, szKey);
+        found = velkc::IsKeyLineOf(reader.view(), szKey);
     }
-    return reader.failed() ? ERR_READ_FAILED : velkc::kOk;
+    return reader.error();
 }
 
 } // namespace
 
-// The pair is written at the end of the file in place, without a temporary
-// file and without looking at the last line's newline.
+// The pair is written at the end of the file in place, without looking at
+// the last line's newline.
 extern "C" int VELKCFileAppendKey(const char *szFile, const char *szKey, const char *szValue,
                                   const char *szFormat) noexcept
 {
-    if (szFile == nullptr || szKey == nullptr || szValue == nullptr || IsDirectory(szFile)) {
+    if (szFile == nullptr || szKey == nullptr || szValue == nullptr || IsDirectory(szFile) ||
+        !velkc::IsSafeKey(szKey) || !velkc::IsSafeValue(szValue)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    const char *format = szFormat != nullptr ? szFormat : kDefaultFormat;
-    const auto writePair = [&](const velkc::Output &out) { return out.Pair(format, szKey, szValue); };
-    velkc::LineReader reader;
-    bool created = false;
-    if (velkc::Status status = velkc::OpenOrCreate(reader, szFile, "r+", writePair, created)) {
+    velkc::Output pair;
+    if (velkc::Status status = pair.Pair(szFormat != nullptr ? szFormat : velkc::kDefaultPairFormat, szKey, szValue)) {
         return VELKC_FAIL(status);
     }
-    if (created) {
+    velkc::Rewrite rw(szFile);
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target, true)) {
+        return VELKC_FAIL(status);
+    }
+    if (target == velkc::Rewrite::Target::kMissing) {
+        if (velkc::Status status = rw.Create(pair.contents())) {
+            return VELKC_FAIL(status);
+        }
         return 1;
     }
     bool found = false;
-    if (velkc::Status status = FindKey(reader, szKey, found)) {
+    if (velkc::Status status = FindKey(rw.target(), szKey, found)) {
         return VELKC_FAIL(status);
     }
     if (found) {
         VELKC_SET_ERR(ERR_KEY_EXISTS);
         return 0;
     }
-    const velkc::Output out(reader.stream());
-    if (std::fseek(out.stream(), 0, SEEK_END) != 0) {
-        VELKC_SET_ERR(ERR_SEEK_FAILED);
-        return -1;
-    }
-    velkc::Status status = writePair(out);
-    if (status == velkc::kOk) {
-        status = velkc::Sync(out);
-    }
-    if (status != velkc::kOk) {
+    if (velkc::Status status = rw.Append(pair.contents())) {
         return VELKC_FAIL(status);
     }
     return 1;

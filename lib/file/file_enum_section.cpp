@@ -1,5 +1,4 @@
 // VELKCFileEnumSection: the names of all sections, in file order.
-#include "internal.hpp"
 #include "line_reader.hpp"
 
 #include <velkc/file.h>
@@ -39,6 +38,9 @@ extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList) noexcep
         if (VELKCSzListPush(ppList, buf) < 0) {
             return -1;
         }
+    }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
     }
     return (*ppList)->nItem;
 }

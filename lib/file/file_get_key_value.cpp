@@ -1,5 +1,5 @@
 // VELKCFileGetKeyValue: the value of a key, or only the size it needs.
-#include "internal.hpp"
+#include "line_model.hpp"
 #include "line_reader.hpp"
 
 #include <velkc/file.h>
@@ -41,16 +41,10 @@ extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char 
     if (!VELKC_OPEN_READER(reader, szFile)) {
         return -1;
     }
-    velkc::LineCopy keyCopy; // the key match cuts its argument
     char *dest = szValue;
     long size = 0;
     while (reader.next()) {
-        char *copy = keyCopy.assign(reader.view());
-        if (copy == nullptr) {
-            VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
-            return -1;
-        }
-        if (!VELKCILineKeyMatch(copy, szKey)) {
+        if (!velkc::IsKeyLineOf(reader.view(), szKey)) {
             continue;
         }
         if (const char *value = KeyLineValue(reader.data())) {
@@ -64,6 +58,9 @@ extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char 
         if (!(flags & MATCH_FLAG_LAST)) {
             break;
         }
+    }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status); // not "not found": the rest was never read
     }
     if (size == 0) {
         VELKC_SET_ERR(ERR_KEY_NOT_FOUND);

@@ -83,5 +83,8 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
             break; // every wanted key was found
         }
     }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
+    }
     return (*ppHash)->nPair;
 }

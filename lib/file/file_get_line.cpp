@@ -1,5 +1,5 @@
 // VELKCFileGetLine: the first (or last) line that matches a pattern.
-#include "internal.hpp"
+#include "line_model.hpp"
 #include "line_reader.hpp"
 
 #include <velkc/file.h>
@@ -20,7 +20,11 @@ extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char 
     }
     std::size_t size = 0;
     while (reader.next()) {
-        if (!VELKCILineMatch(reader.data(), szPattern, flags)) {
+        bool matched = false;
+        if (velkc::Status status = velkc::MatchLine(reader.data(), szPattern, flags, matched)) {
+            return VELKC_FAIL(status);
+        }
+        if (!matched) {
             continue;
         }
         std::memset(szLine, 0, static_cast<std::size_t>(cbLine));
@@ -32,6 +36,9 @@ extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char 
         if (!(flags & MATCH_FLAG_LAST)) {
             break;
         }
+    }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
     }
     if (size == 0) {
         VELKC_SET_ERR(ERR_KEY_NOT_FOUND);

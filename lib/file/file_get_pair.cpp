@@ -27,5 +27,8 @@ extern "C" int VELKCFileGetPair(const char *szFile, SzHash **ppHash) noexcept
             return -1;
         }
     }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
+    }
     return (*ppHash)->nPair;
 }

@@ -32,5 +32,8 @@ extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, Sz
             return -1;
         }
     }
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
+    }
     return (*ppHash)->nPair;
 }

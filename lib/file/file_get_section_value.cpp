@@ -34,7 +34,12 @@ extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSectio
     if (!section) {
         return -1;
     }
-    if (VELKCFileGetSection(szFile, szSection, section.address()) <= 0) {
+    const int pairs = VELKCFileGetSection(szFile, szSection, section.address());
+    // A section that could not be read whole is not a missing section.
+    if (pairs < 0 && VELKCErrGet() != ERR_OPEN_FAILED) {
+        return -1;
+    }
+    if (pairs <= 0) {
         VELKC_SET_ERR(ERR_SECTION_NOT_FOUND);
         return -1;
     }

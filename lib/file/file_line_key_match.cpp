@@ -1,9 +1,5 @@
 // VELKCILineKeyMatch: is a line the line of a given key.
-#include "internal.hpp"
 #include "line_model.hpp"
-
-#include <velkc/file.h>
-#include <velkc/str.h>
 
 #include <cstring>
 
@@ -18,14 +14,9 @@ extern "C" int VELKCILineKeyMatch(char *szLine, const char *szKey) noexcept
     if (velkc::IsCommentLine(szLine)) {
         return 0;
     }
-    velkc::MallocPtr<char> key(static_cast<char *>(std::malloc(std::strlen(szLine) + 1)));
-    if (!key) {
-        return 0;
+    const bool match = velkc::IsKeyLineOf(szLine, szKey);
+    if (char *equals = std::strchr(szLine, '=')) {
+        *equals = '\0';
     }
-    char *cursor = szLine;
-    char *token = VELKCStrTokIndex(&cursor, "=");
-    if (token == nullptr || VELKCStrTrimSpace(token, key.get()) < 0) {
-        return 0;
-    }
-    return std::strcmp(key.get(), szKey) == 0;
+    return match;
 }

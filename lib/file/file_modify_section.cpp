@@ -1,6 +1,7 @@
 // VELKCIFileModifySection: replace, rename or delete every section of a name.
 #include "line_model.hpp"
 #include "rewrite.hpp"
+#include "section_output.hpp"
 
 extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection, const char *szNewSection,
                                        const SzHash *pHash, int flags, const char *szFormat) noexcept
@@ -11,11 +12,11 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
     }
     const bool replace = flags & SECTION_FLAG_REPLACE;
     const char *newName = szNewSection != nullptr ? szNewSection : szSection;
-    velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED, .quotaError = true});
+    velkc::Rewrite rw(szFile, {.quotaError = true});
     if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
-    const velkc::Output &out = rw.out();
+    velkc::Output &out = rw.out();
     bool inside = false;
     bool found = false;
     velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
@@ -27,10 +28,7 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
             }
             found = true;
             // The old header goes; the replacement takes its place.
-            if (replace && VELKCFileHash2File(out.stream(), newName, pHash, szFormat) != 0) {
-                return velkc::kLeaveRecord;
-            }
-            return velkc::kOk;
+            return replace ? velkc::WriteSection(out, newName, pHash, szFormat) : velkc::kOk;
         }
         // The old section's comments stay, after the new content.
         if (inside && !velkc::IsCommentLine(line.data())) {

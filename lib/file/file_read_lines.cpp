@@ -1,6 +1,5 @@
 // VELKCFileReadLines: the raw lines of a file, in pieces of at most 1023
 // bytes.
-#include "internal.hpp"
 #include "line_reader.hpp"
 
 #include <velkc/file.h>
@@ -12,7 +11,7 @@ namespace {
 constexpr std::size_t kMaxPiece = 1023;
 } // namespace
 
-// Returns 0 at the end of the file, -1 on error (a read error sets no code).
+// Returns 0 at the end of the file, -1 on error.
 extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList) noexcept
 {
     if (szFile == nullptr || ppList == nullptr || *ppList == nullptr) {
@@ -35,5 +34,8 @@ extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList) noexcept
             rest.remove_prefix(head.size());
         }
     }
-    return reader.failed() ? -1 : 0;
+    if (velkc::Status status = reader.error()) {
+        return VELKC_FAIL(status);
+    }
+    return 0;
 }

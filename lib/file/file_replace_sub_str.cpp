@@ -8,17 +8,20 @@ namespace {
 // Writes line with each occurrence of from replaced by to, left to right;
 // the search resumes after the replaced text, so the new text is never
 // searched again. Counts the replacements.
-velkc::Status ReplaceAll(const velkc::Output &out, std::string_view line, std::string_view from,
+velkc::Status ReplaceAll(velkc::Output &out, std::string_view line, std::string_view from,
                          std::string_view to, int &count)
 {
     for (std::size_t pos; (pos = line.find(from)) != std::string_view::npos;) {
-        if (out.Write(line.substr(0, pos)) || out.Write(to)) {
-            return velkc::kLeaveRecord; // a failed write gives -1 without a code
+        if (velkc::Status status = out.Write(line.substr(0, pos))) {
+            return status;
+        }
+        if (velkc::Status status = out.Write(to)) {
+            return status;
         }
         line.remove_prefix(pos + from.size());
         ++count;
     }
-    return out.Write(line) ? velkc::kLeaveRecord : velkc::kOk;
+    return out.Write(line);
 }
 
 } // namespace

@@ -2,12 +2,12 @@
 #include "line_model.hpp"
 #include "owned_container.hpp"
 #include "rewrite.hpp"
-
-#include <velkc/str.h>
+#include "section_output.hpp"
 
 namespace {
 
-constexpr const char *kDefaultFormat = "%s=%s\n";
+// A new file is private to the caller's real user: mode 0644.
+constexpr mode_t kNewFileMode = 0644;
 
 // A working copy, so that the caller's tables stay as they were.
 SzHash *CopyOf(const SzHash *pHash)
@@ -19,23 +19,8 @@ SzHash *CopyOf(const SzHash *pHash)
     return copy;
 }
 
-// The key of a line: its first "=" token, trimmed; empty for a blank line.
-const char *KeyOf(velkc::LineCopy &copy, std::string_view line)
-{
-    char *cursor = copy.assign(line);
-    if (cursor == nullptr) {
-        return nullptr;
-    }
-    char *key = VELKCStrTokIndex(&cursor, "=");
-    if (key == nullptr) {
-        return "";
-    }
-    VELKCStrTrimSpace(key, nullptr);
-    return key;
-}
-
 // Appends the pairs still pending, in the table's slot order.
-velkc::Status AppendPending(const velkc::Output &out, const SzHash *pPending, const char *format)
+velkc::Status AppendPending(velkc::Output &out, const SzHash *pPending, const char *format)
 {
     velkc::OwnedList keys(VELKCSzListAlloc(512));
     if (!keys) {
@@ -58,15 +43,11 @@ velkc::Status AppendPending(const velkc::Output &out, const SzHash *pPending, co
 // becomes a file of mode 0644 owned by the caller's real user and group.
 velkc::Status Begin(velkc::Rewrite &rw)
 {
-    switch (rw.OpenTarget()) {
-    case velkc::Rewrite::Target::kOpened:
-        return rw.Begin();
-    case velkc::Rewrite::Target::kMissing:
-        return rw.BeginWithoutTarget(getuid(), getgid(), 0644);
-    case velkc::Rewrite::Target::kFailed:
-        break;
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target)) {
+        return status;
     }
-    return ERR_OPEN_FAILED;
+    return target == velkc::Rewrite::Target::kOpened ? rw.Begin() : rw.BeginCreate(getuid(), getgid(), kNewFileMode);
 }
 
 // Decides each line: a key to drop goes, a pending key's line is replaced by
@@ -74,60 +55,63 @@ velkc::Status Begin(velkc::Rewrite &rw)
 // only a key's first line is dropped or replaced.
 class LineEditor {
 public:
-    LineEditor(const velkc::Output &out, SzHash *pPending, SzHash *pRemoving, const char *format) noexcept
+    LineEditor(velkc::Output &out, SzHash *pPending, SzHash *pRemoving, const char *format) noexcept
         : out_(out), pending_(pPending), removing_(pRemoving), format_(format)
     {
     }
 
     velkc::Status operator()(const velkc::LineReader &line)
     {
-        if (velkc::IsCommentLine(line.data())) {
-            return out_.Write(line.view());
+        const std::optional<std::string_view> key = velkc::LineKey(line.view());
+        if (!key || key->empty()) {
+            return out_.Write(line.view()); // comments, blank lines
         }
-        const char *key = KeyOf(copy_, line.view());
-        if (key == nullptr) {
-            return ERR_OUT_OF_MEMORY;
+        bool handled = false;
+        if (velkc::Status status = Handle(*key, handled); status != velkc::kOk || handled) {
+            if (status != velkc::kOk) {
+                VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%s, szFormat=%s", line.data(), format_);
+            }
+            return status;
         }
-        if (key[0] == '\0') {
-            return out_.Write(line.view());
-        }
-        if (removing_ != nullptr && VELKCSzHashRemoveKey(removing_, key) != nullptr) {
-            return velkc::kOk;
-        }
-        const char *value = VELKCSzHashRemoveKey(pending_, key);
-        if (value == nullptr) {
-            return out_.Write(line.view());
-        }
-        const velkc::Status status = out_.Pair(format_, key, value);
-        if (status != velkc::kOk) {
-            VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%s, szFormat=%s", line.data(), format_);
-        }
-        return status;
+        return out_.Write(line.view());
     }
 
 private:
-    const velkc::Output &out_;
+    // Drops the line of a key to remove, or writes the pair of a pending key
+    // in its place; handled tells whether either happened.
+    velkc::Status Handle(std::string_view key, bool &handled)
+    {
+        const velkc::ScopedCString name(key); // cuts the line until we return
+        if (removing_ != nullptr && VELKCSzHashRemoveKey(removing_, name.c_str()) != nullptr) {
+            handled = true;
+            return velkc::kOk;
+        }
+        const char *value = VELKCSzHashRemoveKey(pending_, name.c_str());
+        handled = value != nullptr;
+        return handled ? out_.Pair(format_, name.c_str(), value) : velkc::kOk;
+    }
+
+    velkc::Output &out_;
     SzHash *pending_;
     SzHash *removing_;
     const char *format_;
-    velkc::LineCopy copy_;
 };
 
 } // namespace
 
 extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat) noexcept
 {
-    if (szFile == nullptr || pHash == nullptr) {
+    if (szFile == nullptr || pHash == nullptr || !velkc::SafePairs(pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    const char *format = szFormat != nullptr ? szFormat : kDefaultFormat;
+    const char *format = szFormat != nullptr ? szFormat : velkc::kDefaultPairFormat;
     velkc::OwnedHash pending(CopyOf(pHash));
     velkc::OwnedHash removing(pRemove != nullptr ? CopyOf(pRemove) : nullptr);
     if (!pending || (pRemove != nullptr && !removing)) {
         return -1; // the allocator has recorded the failure
     }
-    velkc::Rewrite rw(szFile, {.readError = ERR_WRITE_FAILED});
+    velkc::Rewrite rw(szFile);
     velkc::Status status = Begin(rw);
     if (status == velkc::kOk) {
         status = rw.CopyLines(LineEditor(rw.out(), pending.get(), removing.get(), format));

@@ -1,6 +1,21 @@
 // VELKCFileSetLine: replace or delete the line matching a pattern.
 #include "rewrite.hpp"
 
+namespace {
+
+// Replaces the line at index by szLine, or drops it when szLine is null.
+velkc::Status Replace(velkc::Rewrite &rw, long index, const char *szLine)
+{
+    if (velkc::Status status = rw.Begin()) {
+        return status;
+    }
+    return rw.CommitAfter(rw.CopyReplacing(index, [&](const velkc::LineReader &) {
+        return szLine != nullptr ? rw.out().Line(szLine) : velkc::kOk;
+    }));
+}
+
+} // namespace
+
 extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const char *szLine, int flags) noexcept
 {
     // Bad flags are the matcher's to refuse: no line matches then.
@@ -9,16 +24,15 @@ extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const
         return -1;
     }
     velkc::Rewrite rw(szFile);
-    bool created = false;
-    const auto fill = [&](const velkc::Output &out) { return szLine ? out.Line(szLine) : velkc::kOk; };
-    if (velkc::Status status = rw.OpenOrCreate("r", fill, created)) {
+    velkc::Rewrite::Target target;
+    if (velkc::Status status = rw.Open(target)) {
         return VELKC_FAIL(status);
     }
-    if (created) {
+    if (target == velkc::Rewrite::Target::kMissing) {
+        if (velkc::Status status = szLine != nullptr ? rw.CreateLine(szLine) : rw.Create("")) {
+            return VELKC_FAIL(status);
+        }
         return 1;
-    }
-    if (velkc::Status status = rw.StatTarget()) {
-        return VELKC_FAIL(status);
     }
     long match = -1;
     if (velkc::Status status = rw.FindLine(szPattern, flags, match)) {
@@ -28,14 +42,8 @@ extern "C" int VELKCFileSetLine(const char *szFile, const char *szPattern, const
         VELKC_SET_ERR(ERR_KEY_NOT_FOUND);
         return 0;
     }
-    if (velkc::Status status = rw.CreateTemp()) {
+    if (velkc::Status status = Replace(rw, match, szLine)) {
         return VELKC_FAIL(status);
-    }
-    velkc::Status status = rw.CopyReplacing(match, [&](const velkc::LineReader &) {
-        return szLine ? rw.out().Line(szLine) : velkc::kOk; // a null line deletes it
-    });
-    if (velkc::Status failed = rw.CommitAfter(status)) {
-        return VELKC_FAIL(failed);
     }
     return 1;
 }

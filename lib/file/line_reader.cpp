@@ -1,71 +1,138 @@
 // The line reader shared by the configuration-file functions.
 #include "line_reader.hpp"
 
+#include "target.hpp"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace velkc {
 
-LineReader::~LineReader() { std::free(line_); }
+namespace {
+constexpr std::size_t kFirstCapacity = 64 * 1024;
+// Room for the longest line and the NUL that ends it.
+constexpr std::size_t kMaxCapacity = VELKC_FILE_MAX_LINE + 1;
+} // namespace
 
-bool LineReader::open(const char *path, const char *mode)
+LineReader::~LineReader() { std::free(buf_); }
+
+Status LineReader::open(const char *path)
 {
-    file_.reset(std::fopen(path, mode));
-    if (!file_) {
-        return false;
-    }
     struct stat st;
-    if (fstat(fileno(file_.get()), &st) != 0) {
-        file_.reset();
-        return false;
+    UniqueFd fd;
+    if (Status status = OpenRegular(AT_FDCWD, path, O_RDONLY, Links::kFollow, fd, st)) {
+        return status;
     }
-    if (S_ISDIR(st.st_mode)) {
-        file_.reset();
-        errno = EISDIR;
-        return false;
-    }
-    return true;
+    attach(std::move(fd));
+    return kOk;
+}
+
+void LineReader::attach(UniqueFd fd) noexcept
+{
+    fd_ = std::move(fd);
+    begin_ = end_ = size_ = 0;
+    line_ = nullptr;
+    eof_ = unterminated_ = false;
+    error_ = kOk;
 }
 
 bool OpenReader(LineReader &reader, const char *path, const char *source, int line)
 {
-    if (reader.open(path)) {
-        return true;
+    if (Status status = reader.open(path)) {
+        VELKCErrSetEx(status, source, line);
+        return false;
     }
-    VELKCErrSetEx(ERR_OPEN_FAILED, source, line);
-    return false;
+    return true;
+}
+
+Status LineReader::rewind()
+{
+    if (::lseek(fd_.get(), 0, SEEK_SET) != 0) {
+        return ERR_SEEK_FAILED;
+    }
+    attach(std::move(fd_));
+    return kOk;
+}
+
+bool LineReader::fill()
+{
+    // Keep the pending bytes at the front, then grow only if they fill the
+    // buffer, so that memory follows the longest line, not the file.
+    if (begin_ > 0) {
+        std::memmove(buf_, buf_ + begin_, end_ - begin_);
+        end_ -= begin_;
+        begin_ = 0;
+    }
+    if (end_ + 1 >= capacity_) {
+        if (capacity_ >= kMaxCapacity) {
+            error_ = ERR_READ_FAILED; // a line longer than the limit
+            return false;
+        }
+        const std::size_t capacity = capacity_ == 0 ? kFirstCapacity : std::min(2 * capacity_, kMaxCapacity);
+        char *grown = static_cast<char *>(std::realloc(buf_, capacity));
+        if (grown == nullptr) {
+            error_ = ERR_OUT_OF_MEMORY;
+            return false;
+        }
+        buf_ = grown;
+        capacity_ = capacity;
+    }
+    for (;;) {
+        const ssize_t n = ::read(fd_.get(), buf_ + end_, capacity_ - 1 - end_);
+        if (n > 0) {
+            end_ += static_cast<std::size_t>(n);
+            return true;
+        }
+        if (n == 0) {
+            eof_ = true;
+            return false;
+        }
+        if (errno != EINTR) {
+            error_ = ERR_READ_FAILED;
+            return false;
+        }
+    }
+}
+
+const char *LineReader::FindNewline(std::size_t from) const noexcept
+{
+    return from < end_ ? static_cast<const char *>(std::memchr(buf_ + from, '\n', end_ - from)) : nullptr;
 }
 
 bool LineReader::next()
 {
-    const ssize_t n = getline(&line_, &capacity_, file_.get());
-    if (n < 0) {
-        failed_ = !std::feof(file_.get());
-        size_ = 0;
+    if (line_ != nullptr) {
+        line_[size_] = saved_; // undo the previous line's terminator
+        line_ = nullptr;
+    }
+    size_ = 0;
+    if (error_ != kOk) {
         return false;
     }
-    size_ = static_cast<std::size_t>(n);
-    unterminated_ = line_[size_ - 1] != '\n';
-    return true;
-}
-
-LineCopy::~LineCopy() { std::free(buf_); }
-
-char *LineCopy::assign(std::string_view line)
-{
-    if (line.size() + 1 > capacity_) {
-        char *grown = static_cast<char *>(std::realloc(buf_, line.size() + 1));
-        if (grown == nullptr) {
-            return nullptr;
+    std::size_t scanned = begin_;
+    const char *newline;
+    while ((newline = FindNewline(scanned)) == nullptr) {
+        scanned = end_ - begin_; // offset of the unscanned bytes once fill() has moved them
+        if (eof_ || !fill()) {
+            if (error_ != kOk || begin_ == end_) {
+                return false;
+            }
+            break; // the last line, without "\n"
         }
-        buf_ = grown;
-        capacity_ = line.size() + 1;
     }
-    std::memcpy(buf_, line.data(), line.size());
-    buf_[line.size()] = '\0';
-    return buf_;
+    const std::size_t stop = newline != nullptr ? static_cast<std::size_t>(newline - buf_) + 1 : end_;
+    line_ = buf_ + begin_;
+    size_ = stop - begin_;
+    saved_ = buf_[stop];
+    buf_[stop] = '\0';
+    begin_ = stop;
+    unterminated_ = newline == nullptr;
+    return true;
 }
 
 } // namespace velkc

@@ -1,166 +1,122 @@
 // The rewrite-and-commit path shared by the configuration-file writers.
 #include "rewrite.hpp"
 
+#include "line_model.hpp"
+
 #include <cerrno>
-#include <sys/stat.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace velkc {
 
-Status Output::Write(std::string_view text) const
-{
-    if (std::fwrite(text.data(), 1, text.size(), stream_) != text.size()) {
-        return Error();
-    }
-    return kOk;
-}
+namespace {
+// Created files get what open(path, O_CREAT, 0666) would give them.
+constexpr mode_t kCreateMode = 0666;
+// Rewrites start private and get the target's mode at the commit.
+constexpr mode_t kRewriteMode = 0600;
+} // namespace
 
-Status Output::Line(std::string_view text) const
+Status Rewrite::Open(Target &target, bool writable)
 {
-    if (Status status = Write(text)) {
+    WriteTarget::State state;
+    UniqueFd fd;
+    if (Status status = where_.Open(path_, writable ? O_RDWR : O_RDONLY, state, fd)) {
         return status;
     }
-    return Write("\n");
-}
-
-Status Output::Terminated(std::string_view text) const
-{
-    return text.ends_with('\n') ? Write(text) : Line(text);
-}
-
-Status Output::Pair(const char *format, const char *key, const char *value) const
-{
-    if (std::fprintf(stream_, format, key, value) < 0) {
-        return Error();
+    if (state == WriteTarget::State::kMissing) {
+        target = Target::kMissing;
+        return kOk;
     }
-    return std::string_view(format).ends_with('\n') ? kOk : Write("\n");
-}
-
-Status Output::Error() const noexcept
-{
-    return quotaError_ && errno == EDQUOT ? ERR_QUOTA_EXCEEDED : ERR_WRITE_FAILED;
-}
-
-Status Sync(const Output &out)
-{
-    if (std::fflush(out.stream()) != 0 || fsync(fileno(out.stream())) != 0) {
-        return out.Error();
-    }
-    return kOk;
-}
-
-Status SyncAndClose(std::FILE *stream)
-{
-    UniqueFile owner(stream);
-    if (Status status = Sync(Output(stream))) {
-        return status;
-    }
-    return std::fclose(owner.release()) == 0 ? kOk : ERR_WRITE_FAILED;
-}
-
-Rewrite::Rewrite(const char *path, RewritePolicy policy) noexcept
-    : path_(path), policy_(policy)
-{
-}
-
-Rewrite::~Rewrite()
-{
-    if (temp_ != nullptr) {
-        std::fclose(temp_);
-        unlink(tempName_);
-    } else if (tempExists_ && !policy_.keepClosedTemp) {
-        unlink(tempName_);
-    }
-}
-
-Rewrite::Target Rewrite::OpenTarget(const char *mode)
-{
-    if (reader_.open(path_, mode)) {
-        return Target::kOpened;
-    }
-    return errno == ENOENT ? Target::kMissing : Target::kFailed;
-}
-
-Status Rewrite::StatTarget()
-{
-    // The reader has refused a directory already.
-    struct stat st;
-    if (fstat(fileno(reader_.stream()), &st) != 0) {
+    if (fstat(fd.get(), &stat_) != 0) {
         return ERR_STAT_FAILED;
     }
-    uid_ = st.st_uid;
-    gid_ = st.st_gid;
-    mode_ = st.st_mode & 07777; // set-id and sticky bits included
+    reader_.attach(std::move(fd));
+    target = Target::kOpened;
     return kOk;
 }
 
-Status Rewrite::ProbeLastByte(bool &unterminated)
+Status Rewrite::Start()
 {
-    std::FILE *stream = reader_.stream();
-    unterminated = false;
-    if (std::fseek(stream, 0, SEEK_END) != 0) {
-        return ERR_SEEK_FAILED;
+    Target target;
+    if (Status status = Open(target)) {
+        return status;
     }
-    const long size = std::ftell(stream);
-    if (size < 0) {
-        return ERR_SEEK_FAILED;
-    }
-    if (size > 0) {
-        if (std::fseek(stream, -1, SEEK_END) != 0) {
-            return ERR_SEEK_FAILED;
-        }
-        char last;
-        if (std::fscanf(stream, "%c", &last) != 1) {
-            return ERR_READ_FAILED;
-        }
-        unterminated = last != '\n';
-    }
-    return std::fseek(stream, 0, SEEK_SET) == 0 ? kOk : ERR_SEEK_FAILED;
+    return target == Target::kOpened ? Begin() : ERR_OPEN_FAILED;
 }
 
-Status Rewrite::CreateTemp()
+Status Rewrite::StartOrCreate()
 {
-    // A path too long for the buffer is cut; mkstemp then refuses the name.
-    std::snprintf(tempName_, sizeof tempName_, "%s.XXXXXX", path_);
-    temp_ = VELKCFileTempFileOpen(tempName_);
-    if (temp_ == nullptr) {
-        return kLeaveRecord;
+    Target target;
+    if (Status status = Open(target)) {
+        return status;
     }
-    tempExists_ = true;
-    out_ = Output(temp_, policy_.quotaError);
+    return target == Target::kOpened ? Begin() : BeginCreate();
+}
+
+Status Rewrite::StartTemp(mode_t mode)
+{
+    if (Status status = temp_.Create(where_.dirFd(), where_.name(), mode)) {
+        return status;
+    }
+    out_.Attach(temp_.fd(), policy_.quotaError);
     return kOk;
 }
 
 Status Rewrite::Begin()
 {
-    if (Status status = StatTarget()) {
-        return status;
-    }
-    return CreateTemp();
+    setOwner_ = true;
+    return StartTemp(kRewriteMode);
 }
 
-Status Rewrite::BeginWithoutTarget(uid_t uid, gid_t gid, mode_t mode)
+Status Rewrite::BeginCreate()
 {
-    uid_ = uid;
-    gid_ = gid;
-    mode_ = mode;
-    return CreateTemp();
+    creating_ = true;
+    return StartTemp(kCreateMode);
+}
+
+Status Rewrite::BeginCreate(uid_t uid, gid_t gid, mode_t mode)
+{
+    creating_ = true;
+    setOwner_ = true;
+    stat_.st_uid = uid;
+    stat_.st_gid = gid;
+    stat_.st_mode = mode;
+    return StartTemp(kRewriteMode);
+}
+
+Status Rewrite::ProbeLastByte(bool &unterminated)
+{
+    unterminated = false;
+    if (stat_.st_size == 0) {
+        return kOk;
+    }
+    char last;
+    if (pread(reader_.fd(), &last, 1, stat_.st_size - 1) != 1) {
+        return ERR_READ_FAILED;
+    }
+    unterminated = last != '\n';
+    return kOk;
 }
 
 Status Rewrite::FindLine(const char *pattern, int flags, long &index)
 {
     index = -1;
     for (long i = 0; reader_.next(); ++i) {
-        if (VELKCILineMatch(reader_.data(), pattern, flags) == 1) {
+        bool matched = false;
+        if (Status status = MatchLine(reader_.data(), pattern, flags, matched)) {
+            return status;
+        }
+        if (matched) {
             index = i;
             if (!(flags & MATCH_FLAG_LAST)) {
                 break;
             }
         }
     }
-    if (reader_.failed()) {
-        return policy_.readError;
+    if (Status status = reader_.error()) {
+        return status;
     }
-    return std::fseek(reader_.stream(), 0, SEEK_SET) == 0 ? kOk : ERR_SEEK_FAILED;
+    return reader_.rewind();
 }
 
 Status Rewrite::SeparateFromLastLine()
@@ -170,24 +126,35 @@ Status Rewrite::SeparateFromLastLine()
 
 Status Rewrite::Commit()
 {
-    const int fd = fileno(temp_);
-    if (Status status = Sync(out_)) {
+    const int fd = temp_.fd();
+    if (Status status = out_.Flush()) {
         return status;
     }
+    if (fsync(fd) != 0) {
+        return out_.Error();
+    }
     // fchown clears set-id bits, so the mode is set after it.
-    if (fchown(fd, uid_, gid_) != 0 || fchmod(fd, mode_) != 0) {
+    if (setOwner_ && (fchown(fd, stat_.st_uid, stat_.st_gid) != 0 || fchmod(fd, stat_.st_mode & 07777) != 0)) {
         return out_.Error();
     }
-    std::FILE *stream = temp_;
-    temp_ = nullptr; // closed whatever fclose answers
-    if (std::fclose(stream) != 0) {
-        return out_.Error();
+    if (Status status = creating_ ? temp_.LinkNew() : temp_.Replace()) {
+        return status;
     }
-    if (std::rename(tempName_, path_) != 0) {
-        return ERR_RENAME_FAILED;
+    return fsync(where_.dirFd()) == 0 ? kOk : ERR_WRITE_FAILED;
+}
+
+Status Rewrite::Append(std::string_view text)
+{
+    const int fd = reader_.fd();
+    const off_t end = stat_.st_size;
+    if (WriteAll(fd, text, end) && fsync(fd) == 0) {
+        return kOk;
     }
-    tempExists_ = false;
-    return kOk;
+    const Status status = out_.Error();
+    if (ftruncate(fd, end) == 0) {
+        fsync(fd);
+    }
+    return status;
 }
 
 } // namespace velkc

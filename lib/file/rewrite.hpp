@@ -1,185 +1,84 @@
 // The rewrite-and-commit path shared by every configuration-file writer.
 //
 // A writer never edits its target where it lies: it streams the target line
-// by line into a temporary file beside it ("<target>.XXXXXX"), deciding what
-// becomes of each line, then syncs the temporary file, gives it the target's
-// owner, group and permission bits and renames it over the target. Until the
-// rename the target is untouched, and the rename replaces it whole. The
-// temporary file is removed on every path that does not commit.
+// by line into a temporary file beside it, deciding what becomes of each
+// line, then syncs the temporary file, gives it the target's owner, group
+// and permission bits, renames it over the target and syncs the directory.
+// Until the rename the target is untouched, and the rename replaces it
+// whole. Writers hold the target's lock from before they read it until the
+// rename, so that concurrent writers never lose each other's changes.
 //
-//   velkc::Rewrite rw(szFile, {.readError = ERR_READ_FAILED});
+//   velkc::Rewrite rw(szFile);
 //   if (velkc::Status s = rw.Start()) return VELKC_FAIL(s);
 //   s = rw.CopyLines([&](const velkc::LineReader &line) { return rw.out().Write(line.view()); });
-//   ... s = rw.Commit(); ...
+//   if ((s = rw.CommitAfter(s))) return VELKC_FAIL(s);
 //
-// The steps set no error record of their own. They return a Status: 0, or
-// the code that the calling writer records at its own failure site with
-// VELKC_FAIL, so that the record names the writer's source.
+// The few writers that append in place build the addition in memory and
+// hand it to Append, which writes it in one call and cuts the file back on
+// failure. A target that does not exist is created through a temporary
+// file too, so that a failure never leaves a partial file.
 #pragma once
 
-#include "internal.hpp"
 #include "line_reader.hpp"
+#include "output.hpp"
+#include "target.hpp"
+#include "temp_file.hpp"
 
 #include <velkc/file.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <string_view>
+#include <sys/stat.h>
 #include <sys/types.h>
 
 namespace velkc {
 
-// 0 on success, else an error code for the caller to record.
-using Status = unsigned int;
-inline constexpr Status kOk = ERR_SUCCESS;
-// A failure that leaves the record alone: a library function called on the
-// way (VELKCFileTempFileOpen, a predicate, VELKCFileHash2File) has recorded
-// it already, or the writer reports it without a code.
-inline constexpr Status kLeaveRecord = ~0u;
-
-// Records a failed step at the caller's site and gives the writers' -1.
-inline int FailWith(Status status, const char *source, int line)
-{
-    if (status != kLeaveRecord) {
-        VELKCErrSetEx(status, source, line);
-    }
-    return -1;
-}
-
-#define VELKC_FAIL(status) velkc::FailWith((status), VELKC_SOURCE, __LINE__)
-
-// Writes to a stream, mapping failures to the write error, or to the quota
-// error when the writer tells a full quota apart.
-class Output {
-public:
-    explicit Output(std::FILE *stream = nullptr, bool quotaError = false) noexcept
-        : stream_(stream), quotaError_(quotaError)
-    {
-    }
-
-    Status Write(std::string_view text) const;
-    // text and "\n".
-    Status Line(std::string_view text) const;
-    // text, and "\n" unless it ends in one already.
-    Status Terminated(std::string_view text) const;
-    // One key/value line printed with a printf format taking the key, then
-    // the value. A format that does not end its line gets a "\n", so that the
-    // next line is never glued to the pair.
-    Status Pair(const char *format, const char *key, const char *value) const;
-    // The code for the write failure that just happened (errno is read).
-    Status Error() const noexcept;
-
-    std::FILE *stream() const noexcept { return stream_; }
-
-private:
-    std::FILE *stream_;
-    bool quotaError_;
-};
-
-// Makes what was written to a stream durable: fflush and fsync.
-Status Sync(const Output &out);
-
-// Sync, then fclose; the stream is closed whatever happens.
-Status SyncAndClose(std::FILE *stream);
-
-// Creates path with "w" (error 0x0900) and fills it, then syncs and closes
-// it (0x0B00): the writers' path for a target that does not exist yet.
-template <typename Fill>
-Status CreateFile(const char *path, Fill &&fill)
-{
-    std::FILE *stream = std::fopen(path, "w");
-    if (stream == nullptr) {
-        return ERR_OPEN_FAILED;
-    }
-    UniqueFile owner(stream);
-    if (Status status = fill(Output(stream))) {
-        return status;
-    }
-    return SyncAndClose(owner.release());
-}
-
-// Opens path into reader (0x0900). When the file does not exist, creates it
-// with CreateFile and fill instead and sets created: the no-file path of the
-// writers that make a missing file. Only a missing file takes that path, so
-// that a file that merely could not be opened is never replaced.
-template <typename Fill>
-Status OpenOrCreate(LineReader &reader, const char *path, const char *mode, Fill &&fill, bool &created)
-{
-    created = false;
-    if (reader.open(path, mode)) {
-        return kOk;
-    }
-    if (errno != ENOENT) {
-        return ERR_OPEN_FAILED;
-    }
-    created = true;
-    return CreateFile(path, fill);
-}
-
 struct RewritePolicy {
-    // Code for getline failing before the end of the target.
-    Status readError = ERR_READ_FAILED;
-    // Report write failures with errno EDQUOT as 0x2400.
+    // Report write failures with errno EDQUOT as ERR_QUOTA_EXCEEDED.
     bool quotaError = false;
-    // Unlink the temporary file only while its stream is open: once it was
-    // closed for the rename it stays behind if the rename fails.
-    bool keepClosedTemp = false;
 };
 
 class Rewrite {
 public:
-    enum class Target { kOpened, kMissing, kFailed };
+    enum class Target { kOpened, kMissing };
 
-    explicit Rewrite(const char *path, RewritePolicy policy = {}) noexcept;
+    explicit Rewrite(const char *path, RewritePolicy policy = {}) noexcept : path_(path), policy_(policy) {}
     Rewrite(const Rewrite &) = delete;
     Rewrite &operator=(const Rewrite &) = delete;
-    // Closes both files; removes the temporary file unless it was committed.
-    ~Rewrite();
 
-    // Opens the target. kMissing only when it does not exist; a directory is
-    // kFailed.
-    Target OpenTarget(const char *mode = "r");
+    // Opens and locks the target (see WriteTarget::Open); writable for the
+    // writers that append in place. kMissing: the target does not exist.
+    Status Open(Target &target, bool writable = false);
 
-    // Opens the target, which must exist (0x0900), then Begin: the start of
-    // every writer that never creates the file.
-    Status Start(const char *mode = "r")
-    {
-        return OpenTarget(mode) == Target::kOpened ? Begin() : ERR_OPEN_FAILED;
-    }
+    // Opens the target, which must exist (ERR_OPEN_FAILED), then Begin: the
+    // start of every writer that never creates the file.
+    Status Start();
 
-    // Opens the target, or creates it when it does not exist (see the free
-    // OpenOrCreate).
-    template <typename Fill>
-    Status OpenOrCreate(const char *mode, Fill &&fill, bool &created)
-    {
-        return velkc::OpenOrCreate(reader_, path_, mode, fill, created);
-    }
+    // Opens the target, then Begin, or BeginCreate when it does not exist:
+    // the start of the writers that create a missing file.
+    Status StartOrCreate();
 
-    // fstat of the open target (0x2700); remembers owner, group and mode.
-    Status StatTarget();
-    // Tells, without reading the lines, whether the target is non-empty and
-    // lacks a final "\n", then rewinds: fseek/ftell failing is 0x2600, the
-    // read of the last byte 0x0A00.
-    Status ProbeLastByte(bool &unterminated);
-    // The temporary file beside the target (its error is recorded already).
-    Status CreateTemp();
-    // StatTarget, then CreateTemp.
+    // The temporary file for rewriting the opened target.
     Status Begin();
-    // For a target that does not exist: the rewrite starts empty and the
-    // result gets these attributes.
-    Status BeginWithoutTarget(uid_t uid, gid_t gid, mode_t mode);
+    // The temporary file for a target that does not exist yet, with the
+    // owner and mode that creating it directly would give.
+    Status BeginCreate();
+    // The same with the given owner and permission bits.
+    Status BeginCreate(uid_t uid, gid_t gid, mode_t mode);
+
+    // Tells whether the target is non-empty and lacks a final "\n", without
+    // reading its lines (ERR_READ_FAILED).
+    Status ProbeLastByte(bool &unterminated);
 
     // First pass: the index of the first line that VELKCILineMatch accepts,
     // or of the last with MATCH_FLAG_LAST; -1 when none does. Rewinds after.
     Status FindLine(const char *pattern, int flags, long &index);
 
     // Hands every line of the target to decide, which writes what the line
-    // becomes through out(). Stops at the first failure; a read error is the
-    // policy's code.
+    // becomes through out(). Stops at the first failure.
     template <typename Decide>
     Status CopyLines(Decide &&decide)
     {
-        if (reader_.stream() == nullptr) {
+        if (reader_.fd() < 0) {
             return kOk; // no target: nothing to copy
         }
         while (reader_.next()) {
@@ -187,7 +86,7 @@ public:
                 return status;
             }
         }
-        return reader_.failed() ? policy_.readError : kOk;
+        return reader_.error();
     }
 
     // Copies every line but the one at index, which replace is handed to
@@ -203,27 +102,55 @@ public:
     // read has none, so that it is not glued to the new one.
     Status SeparateFromLastLine();
 
-    const Output &out() const noexcept { return out_; }
+    Output &out() noexcept { return out_; }
     LineReader &target() noexcept { return reader_; }
 
-    // fflush, fsync, fchown and fchmod to the remembered attributes, fclose,
-    // then rename over the target (0x2800).
+    // Flushes and syncs the temporary file, gives it the remembered owner
+    // and mode, and moves it into place: renamed over the target, or linked
+    // in where there was none. Then the directory is synced, so that the
+    // change survives a power loss once reported.
     Status Commit();
 
-    // Commits when the copy went well; otherwise passes its failure on.
-    Status CommitAfter(Status copied) { return copied != kOk ? copied : Commit(); }
+    // Commits when the steps before went well; otherwise passes their
+    // failure on.
+    Status CommitAfter(Status before) { return before != kOk ? before : Commit(); }
+
+    // Writes text at the end of the opened (writable) target in one call
+    // and syncs it; on any failure the file is cut back to its old length.
+    Status Append(std::string_view text);
+
+    // Creates the missing target holding text (see BeginCreate).
+    Status Create(std::string_view text)
+    {
+        return CreateWith([&] { return out_.Write(text); });
+    }
+    // The same holding text and "\n".
+    Status CreateLine(std::string_view text)
+    {
+        return CreateWith([&] { return out_.Line(text); });
+    }
 
 private:
+    Status StartTemp(mode_t mode);
+
+    template <typename Fill>
+    Status CreateWith(Fill &&fill)
+    {
+        if (Status status = BeginCreate()) {
+            return status;
+        }
+        return CommitAfter(fill());
+    }
+
     const char *path_;
     RewritePolicy policy_;
+    WriteTarget where_;
     LineReader reader_;
-    char tempName_[4096] = {};
-    std::FILE *temp_ = nullptr;
+    TempFile temp_;
     Output out_;
-    bool tempExists_ = false;
-    uid_t uid_ = 0;
-    gid_t gid_ = 0;
-    mode_t mode_ = 0;
+    struct stat stat_ = {};
+    bool creating_ = false;
+    bool setOwner_ = false;
 };
 
 } // namespace velkc

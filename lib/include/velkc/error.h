@@ -19,6 +19,7 @@
 #define ERR_SEEK_FAILED         0x2600
 #define ERR_STAT_FAILED         0x2700
 #define ERR_RENAME_FAILED       0x2800
+#define ERR_LOCK_TIMEOUT        0x2900 /* another writer held the file too long */
 #define ERR_OPERATION_FAILED    0x2A00
 #define ERR_FORMAT_ERROR        0x4000 /* the line field holds the failed check */
 #define ERR_UNICODE_FAILED      0x8000

@@ -15,6 +15,19 @@
 #define MATCH_FLAG_AFTER        0x0200 /* insert after the match, or append */
 #define MATCH_FLAG_IGNORE_CASE  0x0400
 
+/* The longest line, its "\n" included, that the readers and writers accept;
+ * a longer line fails the call with ERR_READ_FAILED, so that a corrupted or
+ * endless file costs bounded memory. */
+#define VELKC_FILE_MAX_LINE (1024 * 1024)
+
+/* Writers of one file take turns: each holds an exclusive lock on the file
+ * (flock) from before it reads it until its change is in place, and waits at
+ * most this long for it before failing with ERR_LOCK_TIMEOUT. Readers take
+ * no lock: every change replaces the file whole, or appends to it in one
+ * write. A rewrite replaces the file by a new one, so a second hard link to
+ * the old file keeps the old content. */
+#define VELKC_FILE_LOCK_TIMEOUT_MS 5000
+
 /* VELKCIFileModifySection: replace the section instead of deleting it. */
 #define SECTION_FLAG_REPLACE    0x0001
 

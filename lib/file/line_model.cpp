@@ -1,0 +1,127 @@
+// Line classification shared by the configuration-file functions.
+#include "line_model.hpp"
+
+#include <velkc/unicode.h>
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace velkc {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\n\r";
+
+// As VELKCStrTrimSpace trims, without copying.
+std::string_view TrimKey(std::string_view text) noexcept
+{
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    text = text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        text = text.substr(1, text.size() - 2);
+    }
+    return text;
+}
+
+enum class Upper { kOk, kNoMemory, kFailed };
+
+// Upper-cases text into a new buffer. Upper-casing may lengthen the text
+// ("ß" becomes "SS"), so the buffer grows until the result fits.
+Upper UpperCopy(const char *text, MallocPtr<char> &out)
+{
+    std::size_t cb = std::strlen(text) + 1;
+    for (;;) {
+        if (cb > INT_MAX) {
+            return Upper::kFailed;
+        }
+        out.reset(static_cast<char *>(std::malloc(cb)));
+        if (!out) {
+            return Upper::kNoMemory;
+        }
+        const int len = VELKCUnicodeUTF8StrUpper(text, out.get(), static_cast<int>(cb));
+        if (len < 0) {
+            // Text that does not convert simply does not match; running out
+            // of memory means the answer is unknown.
+            return VELKCErrGet() == ERR_OUT_OF_MEMORY ? Upper::kNoMemory : Upper::kFailed;
+        }
+        if (static_cast<std::size_t>(len) < cb) {
+            return Upper::kOk;
+        }
+        cb = static_cast<std::size_t>(len) + 1;
+    }
+}
+
+// The suffix is compared with the bytes before the line's last "\n" (or its
+// end), so the newline is ignored but a "\r" before it is not.
+bool Matches(std::string_view line, std::string_view pattern, int flags) noexcept
+{
+    if (flags & MATCH_FLAG_PREFIX) {
+        return line.starts_with(pattern);
+    }
+    if (flags & MATCH_FLAG_SUFFIX) {
+        const std::size_t newline = line.rfind('\n');
+        return line.substr(0, newline).ends_with(pattern);
+    }
+    return line.find(pattern) != std::string_view::npos;
+}
+
+bool HasLineBreak(std::string_view text) noexcept { return text.find_first_of("\r\n") != std::string_view::npos; }
+
+} // namespace
+
+std::optional<std::string_view> LineKey(std::string_view line) noexcept
+{
+    line = AsCString(line);
+    if (line.empty() || IsCommentLine(line.data())) {
+        return std::nullopt;
+    }
+    // Tokens at "=" skip empty ones, so "=k=v" is a line of "k".
+    const std::size_t start = line.find_first_not_of('=');
+    if (start == std::string_view::npos) {
+        return std::nullopt;
+    }
+    line.remove_prefix(start);
+    return TrimKey(line.substr(0, line.find('=')));
+}
+
+Status MatchLine(const char *line, const char *pattern, int flags, bool &matched)
+{
+    matched = false;
+    if (flags < 0 || IsCommentLine(line)) {
+        return kOk;
+    }
+    if (!(flags & MATCH_FLAG_IGNORE_CASE)) {
+        matched = Matches(line, pattern, flags);
+        return kOk;
+    }
+    MallocPtr<char> upperLine;
+    MallocPtr<char> upperPattern;
+    for (auto [text, upper] : {std::pair{line, &upperLine}, std::pair{pattern, &upperPattern}}) {
+        switch (UpperCopy(text, *upper)) {
+        case Upper::kOk:
+            break;
+        case Upper::kNoMemory:
+            return ERR_OUT_OF_MEMORY;
+        case Upper::kFailed:
+            return kOk; // no match; the conversion has recorded why
+        }
+    }
+    matched = Matches(upperLine.get(), upperPattern.get(), flags);
+    return kOk;
+}
+
+bool IsSafeKey(const char *key) noexcept
+{
+    const std::string_view text(key);
+    return !text.empty() && text.find_first_not_of(" \t") != std::string_view::npos && !HasLineBreak(text) &&
+           text.find('=') == std::string_view::npos && text[0] != '[' && !IsCommentLine(key);
+}
+
+bool IsSafeValue(const char *value) noexcept { return !HasLineBreak(value); }
+
+} // namespace velkc

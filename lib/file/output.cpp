@@ -1,0 +1,118 @@
+// Buffered output of the configuration-file writers.
+#include "output.hpp"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+namespace velkc {
+
+namespace {
+// Unchanged runs of lines reach the file in blocks of about this size.
+constexpr std::size_t kFlushSize = 64 * 1024;
+} // namespace
+
+Output::~Output() { std::free(buf_); }
+
+Status Output::Reserve(std::size_t more)
+{
+    if (size_ + more <= capacity_) {
+        return kOk;
+    }
+    std::size_t capacity = capacity_ != 0 ? capacity_ : kFlushSize;
+    while (capacity < size_ + more) {
+        capacity *= 2;
+    }
+    char *grown = static_cast<char *>(std::realloc(buf_, capacity));
+    if (grown == nullptr) {
+        return ERR_OUT_OF_MEMORY;
+    }
+    buf_ = grown;
+    capacity_ = capacity;
+    return kOk;
+}
+
+Status Output::Write(std::string_view text)
+{
+    if (Status status = Reserve(text.size())) {
+        return status;
+    }
+    std::memcpy(buf_ + size_, text.data(), text.size());
+    size_ += text.size();
+    return fd_ >= 0 && size_ >= kFlushSize ? Flush() : kOk;
+}
+
+Status Output::Line(std::string_view text)
+{
+    if (Status status = Write(text)) {
+        return status;
+    }
+    return Write("\n");
+}
+
+Status Output::Terminated(std::string_view text)
+{
+    return text.ends_with('\n') ? Write(text) : Line(text);
+}
+
+Status Output::Pair(const char *format, const char *key, const char *value)
+{
+    const int length = std::snprintf(nullptr, 0, format, key, value);
+    if (length < 0) {
+        return ERR_WRITE_FAILED;
+    }
+    // One byte more for the NUL that snprintf always writes.
+    if (Status status = Reserve(static_cast<std::size_t>(length) + 1)) {
+        return status;
+    }
+    std::snprintf(buf_ + size_, static_cast<std::size_t>(length) + 1, format, key, value);
+    size_ += static_cast<std::size_t>(length);
+    if (!std::string_view(format).ends_with('\n')) {
+        return Write("\n");
+    }
+    return fd_ >= 0 && size_ >= kFlushSize ? Flush() : kOk;
+}
+
+Status Output::Flush()
+{
+    if (fd_ < 0 || size_ == 0) {
+        return kOk;
+    }
+    if (!WriteAll(fd_, contents())) {
+        return Error();
+    }
+    size_ = 0;
+    return kOk;
+}
+
+Status Output::Error() const noexcept
+{
+    return quotaError_ && errno == EDQUOT ? ERR_QUOTA_EXCEEDED : ERR_WRITE_FAILED;
+}
+
+bool WriteAll(int fd, std::string_view text, long long offset) noexcept
+{
+    while (!text.empty()) {
+        const ssize_t n = offset < 0 ? ::write(fd, text.data(), text.size())
+                                     : ::pwrite(fd, text.data(), text.size(), static_cast<off_t>(offset));
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        if (n == 0) {
+            errno = EIO; // no progress: the device takes nothing more
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(n));
+        if (offset >= 0) {
+            offset += n;
+        }
+    }
+    return true;
+}
+
+} // namespace velkc

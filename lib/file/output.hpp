@@ -1,0 +1,59 @@
+// Output of the configuration-file writers: text gathered in one growing
+// buffer, written to a descriptor in large blocks, or kept whole in memory
+// for an in-place append that must reach the file in one write.
+#pragma once
+
+#include "status.hpp"
+
+#include <cstddef>
+#include <string_view>
+
+namespace velkc {
+
+class Output {
+public:
+    // fd < 0 keeps everything in memory (see contents()). With quotaError a
+    // write that fails with EDQUOT reports ERR_QUOTA_EXCEEDED.
+    explicit Output(int fd = -1, bool quotaError = false) noexcept : fd_(fd), quotaError_(quotaError) {}
+    Output(const Output &) = delete;
+    // From now on, flushes go to fd.
+    void Attach(int fd, bool quotaError) noexcept
+    {
+        fd_ = fd;
+        quotaError_ = quotaError;
+    }
+    Output &operator=(const Output &) = delete;
+    ~Output();
+
+    Status Write(std::string_view text);
+    // text and "\n".
+    Status Line(std::string_view text);
+    // text, and "\n" unless it ends in one already.
+    Status Terminated(std::string_view text);
+    // One key/value line printed with a printf format taking the key, then
+    // the value. A format that does not end its line gets a "\n", so that the
+    // next line is never glued to the pair.
+    Status Pair(const char *format, const char *key, const char *value);
+    // Writes out what is buffered.
+    Status Flush();
+    // The code for the write failure that just happened (errno is read).
+    Status Error() const noexcept;
+
+    // What was gathered and not yet flushed.
+    std::string_view contents() const noexcept { return {buf_, size_}; }
+
+private:
+    Status Reserve(std::size_t more);
+
+    int fd_;
+    bool quotaError_;
+    char *buf_ = nullptr;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
+// Writes all of text at offset (or at the current position when offset < 0),
+// resuming after short writes and EINTR. False with errno set on failure.
+bool WriteAll(int fd, std::string_view text, long long offset = -1) noexcept;
+
+} // namespace velkc
