@@ -10,7 +10,6 @@
 #include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -62,10 +61,9 @@ private:
     bool restore_ = false;
 };
 
-// Runs in the child: builds the argument vector (the path, then the
-// arguments up to the null) and executes the program. Never returns.
-[[noreturn]] void ExecChild(const char *path, int flags, InitCredentialsFn initCredentials, const char *first,
-                            va_list args)
+// The argument vector: the path, then the arguments up to the null. Built
+// before the fork, as the child must not allocate.
+velkc::MallocPtr<char *> BuildArgv(const char *path, const char *first, va_list args)
 {
     va_list count;
     va_copy(count, args);
@@ -77,7 +75,7 @@ private:
 
     velkc::MallocPtr<char *> argv(static_cast<char **>(std::calloc(nArgs + 2, sizeof(char *))));
     if (!argv) {
-        _exit(kChildFailure);
+        return argv;
     }
     char **vector = argv.get();
     vector[0] = const_cast<char *>(path);
@@ -87,11 +85,16 @@ private:
             vector[i] = const_cast<char *>(va_arg(args, const char *));
         }
     }
-    const bool mayRun = !(flags & EXEC_FLAG_CREDENTIALS) || initCredentials == nullptr || initCredentials(path, 1);
+    return argv;
+}
+
+// Runs in the child: executes the program. Never returns.
+[[noreturn]] void ExecChild(char *const argv[], int flags, InitCredentialsFn initCredentials)
+{
+    const bool mayRun = !(flags & EXEC_FLAG_CREDENTIALS) || initCredentials == nullptr || initCredentials(argv[0], 1);
     if (mayRun) {
-        execv(path, argv.get());
+        execv(argv[0], argv);
     }
-    argv.reset();
     _exit(kChildFailure);
 }
 
@@ -113,14 +116,20 @@ extern "C" int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...
 {
     // Looked up before the fork: the child must not load libraries.
     const InitCredentialsFn initCredentials = (flags & EXEC_FLAG_CREDENTIALS) ? LoadInitCredentials() : nullptr;
+    va_list args;
+    va_start(args, szArg1);
+    const velkc::MallocPtr<char *> argv = BuildArgv(szPath, szArg1, args);
+    va_end(args);
+    if (!argv) {
+        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
+        return -1;
+    }
     int result;
     {
         ChildWaitGuard guard;
         const pid_t pid = VELKCProcForkEx(flags);
         if (pid == 0) {
-            va_list args;
-            va_start(args, szArg1);
-            ExecChild(szPath, flags, initCredentials, szArg1, args);
+            ExecChild(argv.get(), flags, initCredentials);
         }
         result = pid == -1 ? -1 : WaitExitStatus(pid);
     }

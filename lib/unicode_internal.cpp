@@ -19,7 +19,7 @@ unsigned UTF8ToUpperUTF16(const char *psz, MallocPtr<UChar> *ppUpper, int *pcch)
     }
     UErrorCode status = U_ZERO_ERROR;
     int32_t cchUtf16 = 0;
-    u_strFromUTF8(pUtf16.get(), static_cast<int32_t>(cch), &cchUtf16, psz, -1, &status);
+    WithIcu([&] { u_strFromUTF8(pUtf16.get(), static_cast<int32_t>(cch), &cchUtf16, psz, -1, &status); });
     if (U_FAILURE(status)) {
         return ERR_UNICODE_FAILED;
     }

@@ -1,22 +1,34 @@
 // VELKCUnicodeIOpenCollator and the process-wide collator it opens.
-#include "internal.hpp"
+#include "unicode_internal.hpp"
 
 #include <velkc/unicode_icu.h>
+
+#include <atomic>
 
 extern "C" {
 VELKC_API UCollator *pucollSysCollator = nullptr;
 }
 
 // Opens the root-locale collator on first use and keeps it for the life of
-// the process. A failed open is retried by the next call.
+// the process. A failed open is retried by the next call. Threads that race
+// on the first use each open one; the first to publish it wins and the
+// others close theirs.
 extern "C" VELKC_API UCollator *VELKCUnicodeIOpenCollator(void) noexcept
 {
-    if (pucollSysCollator == nullptr) {
-        UErrorCode status = U_ZERO_ERROR;
-        pucollSysCollator = ucol_open("", &status);
-        if (pucollSysCollator == nullptr) {
-            VELKC_SET_ERR(ERR_OPEN_FAILED);
-        }
+    std::atomic_ref<UCollator *> slot(pucollSysCollator);
+    if (UCollator *pColl = slot.load(std::memory_order_acquire)) {
+        return pColl;
     }
-    return pucollSysCollator;
+    UErrorCode status = U_ZERO_ERROR;
+    UCollator *pOpened = velkc::unicode::WithIcu([&] { return ucol_open("", &status); });
+    if (pOpened == nullptr) {
+        VELKC_SET_ERR(ERR_OPEN_FAILED);
+        return nullptr;
+    }
+    UCollator *pPublished = nullptr;
+    if (slot.compare_exchange_strong(pPublished, pOpened, std::memory_order_acq_rel, std::memory_order_acquire)) {
+        return pOpened;
+    }
+    velkc::unicode::WithIcu([&] { ucol_close(pOpened); });
+    return pPublished;
 }

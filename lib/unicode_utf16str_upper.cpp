@@ -1,6 +1,6 @@
 // VELKCUnicodeIUTF16StrUpper: upper-cases UTF-16 text into a heap buffer
 // that grows when the mapping needs more room.
-#include "internal.hpp"
+#include "unicode_internal.hpp"
 
 #include <velkc/unicode_icu.h>
 
@@ -13,7 +13,8 @@ extern "C" VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **p
         return -1;
     }
     UErrorCode status = U_ZERO_ERROR;
-    int32_t n = u_strToUpper(*ppDst, cchDst, pSrc, -1, "", &status);
+    using velkc::unicode::WithIcu;
+    int32_t n = WithIcu([&] { return u_strToUpper(*ppDst, cchDst, pSrc, -1, "", &status); });
     if (U_SUCCESS(status) && n < cchDst) {
         return n;
     }
@@ -27,7 +28,7 @@ extern "C" VELKC_API int VELKCUnicodeIUTF16StrUpper(const UChar *pSrc, UChar **p
         }
         *ppDst = pGrown;
         status = U_ZERO_ERROR;
-        n = u_strToUpper(*ppDst, n + 1, pSrc, -1, "", &status);
+        n = WithIcu([&] { return u_strToUpper(*ppDst, n + 1, pSrc, -1, "", &status); });
         if (U_SUCCESS(status)) {
             return n;
         }

@@ -36,7 +36,7 @@ extern "C" VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char 
     if (!UpperOperand(szA, &pA) || !UpperOperand(szB, &pB)) {
         return -2;
     }
-    switch (ucol_strcoll(pColl, pA.get(), -1, pB.get(), -1)) {
+    switch (velkc::unicode::WithIcu([&] { return ucol_strcoll(pColl, pA.get(), -1, pB.get(), -1); })) {
     case UCOL_LESS:
         return -1;
     case UCOL_EQUAL:

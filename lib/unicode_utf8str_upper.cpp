@@ -36,7 +36,8 @@ extern "C" VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst
     }
     UErrorCode status = U_ZERO_ERROR;
     int32_t cb = 0;
-    u_strToUTF8(pUtf8.get(), static_cast<int32_t>(cbUtf8), &cb, pUpper.get(), cchUpper, &status);
+    velkc::unicode::WithIcu(
+        [&] { u_strToUTF8(pUtf8.get(), static_cast<int32_t>(cbUtf8), &cb, pUpper.get(), cchUpper, &status); });
     if (U_FAILURE(status)) {
         VELKC_SET_ERR(ERR_UNICODE_FAILED);
         return -1;

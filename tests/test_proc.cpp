@@ -6,9 +6,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -150,6 +156,66 @@ TEST(ForkEx, DaemonParentLearnsTheIntermediateChildEndedCleanly)
         _exit(0); // the grandchild
     }
     EXPECT_EQ(r, 1);
+}
+
+// Runs in a helper child: with a private /dev holding a log socket of its
+// own, and a process limit that lets the first fork through but not the
+// second, a daemon fork must fail and log. Writes what the log socket got to
+// out; exits 77 where namespaces or credentials are not available.
+[[noreturn]] void LogFailedDaemonFork(int out)
+{
+    constexpr int kSkip = 77;
+    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0) {
+        _exit(kSkip);
+    }
+    const int log = socket(AF_UNIX, SOCK_DGRAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strcpy(addr.sun_path, "/dev/log");
+    if (bind(log, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0 || chmod("/dev/log", 0666) != 0) {
+        _exit(1);
+    }
+    // A user of its own, as the process limit does not bind root. The limit
+    // counts threads, and a sanitizer may run one of its own here.
+    const auto tasks = static_cast<rlim_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                                                         std::filesystem::directory_iterator()));
+    const rlimit oneMoreProcess{tasks + 1, tasks + 1};
+    if (setgid(54321) != 0 || setuid(54321) != 0 || setrlimit(RLIMIT_NPROC, &oneMoreProcess) != 0) {
+        _exit(kSkip);
+    }
+    if (VELKCProcForkEx(FORK_FLAG_DAEMON) == 0) {
+        _exit(0); // not reached while the limit holds
+    }
+    char line[512] = {};
+    const timeval timeout{5, 0};
+    setsockopt(log, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    const ssize_t n = recv(log, line, sizeof line - 1, 0);
+    _exit(n > 0 && write(out, line, static_cast<size_t>(n)) == n ? 0 : 1);
+}
+
+TEST(ForkEx, FailedDaemonForkIsLogged)
+{
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    const pid_t pid = fork();
+    if (pid == 0) {
+        close(fds[0]);
+        LogFailedDaemonFork(fds[1]);
+    }
+    close(fds[1]);
+    char line[512] = {};
+    const ssize_t n = read(fds[0], line, sizeof line - 1);
+    close(fds[0]);
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status));
+    if (WEXITSTATUS(status) == 77) {
+        GTEST_SKIP() << "needs a mount namespace and another user";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_GT(n, 0);
+    EXPECT_STREQ(line, "<11>test_proc: proc_fork:83 Failed to fork(). errno=[11/Resource temporarily unavailable]");
 }
 
 // The lock table.

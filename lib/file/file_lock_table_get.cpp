@@ -47,12 +47,13 @@ constexpr LockFileName kLockFiles[velkc::kLockTableLive] = {
 
 pthread_key_t gLockTableKey;
 
-// Closes the open lock files of the live entries and forgets every lock.
-void ResetEntries(VELKCFileLock *table)
+// Closes the open lock files of the live entries with closeFile and forgets
+// every lock.
+void ResetEntries(VELKCFileLock *table, void (*closeFile)(std::FILE *) noexcept)
 {
     for (int i = 0; i < velkc::kLockTableLive; ++i) {
         if (table[i].pFile != nullptr) {
-            std::fclose(table[i].pFile);
+            closeFile(table[i].pFile);
             table[i].pFile = nullptr;
         }
         table[i].nLock = 0;
@@ -64,17 +65,8 @@ void ResetEntries(VELKCFileLock *table)
 void DestroyTable(void *p)
 {
     auto *table = static_cast<VELKCFileLock *>(p);
-    ResetEntries(table);
+    ResetEntries(table, [](std::FILE *f) noexcept { std::fclose(f); });
     std::free(table);
-}
-
-// Only the forking thread lives on in a child, and it holds none of the
-// parent's locks.
-void ResetInChild()
-{
-    if (auto *table = static_cast<VELKCFileLock *>(pthread_getspecific(gLockTableKey))) {
-        ResetEntries(table);
-    }
 }
 
 // Creates the key and registers the fork handler before main.
@@ -84,7 +76,9 @@ struct LockTableRegistration {
         if ((errno = pthread_key_create(&gLockTableKey, DestroyTable)) != 0) {
             VELKC_LOG(LOG_ERR, "Failed to create key (%m)");
         }
-        if ((errno = pthread_atfork(nullptr, nullptr, ResetInChild)) != 0) {
+        // Only the forking thread lives on in a child, and it holds none of
+        // the parent's locks.
+        if ((errno = pthread_atfork(nullptr, nullptr, velkc::ResetLockTableInChild)) != 0) {
             VELKC_LOG(LOG_ERR, "Failed to register fork handler (%m)");
         }
     }
@@ -93,6 +87,17 @@ struct LockTableRegistration {
 const LockTableRegistration gRegistration;
 
 } // namespace
+
+// A child of a threaded process may neither free memory nor take the stdio
+// locks that fclose needs (another thread may have held them at the fork),
+// so the streams are left allocated: closing their descriptors is what
+// gives the locks up.
+void velkc::ResetLockTableInChild() noexcept
+{
+    if (auto *table = static_cast<VELKCFileLock *>(pthread_getspecific(gLockTableKey))) {
+        ResetEntries(table, [](std::FILE *f) noexcept { close(fileno(f)); });
+    }
+}
 
 extern "C" void *VELKCFileLockTableGet(void) noexcept
 {

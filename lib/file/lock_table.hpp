@@ -10,4 +10,9 @@ namespace velkc {
 inline constexpr int kLockTableLive = 28;
 inline constexpr int kLockTableSize = kLockTableLive + 1;
 
+// For a forked child, before it execs: closes the calling thread's lock
+// files by descriptor and forgets every lock. Allocates nothing and takes
+// no lock.
+void ResetLockTableInChild() noexcept;
+
 } // namespace velkc

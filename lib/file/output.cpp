@@ -36,6 +36,9 @@ Status Output::Reserve(std::size_t more)
 
 Status Output::Write(std::string_view text)
 {
+    if (text.empty()) {
+        return kOk; // nothing to copy, and the buffer may not exist yet
+    }
     if (Status status = Reserve(text.size())) {
         return status;
     }

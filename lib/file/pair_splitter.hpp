@@ -16,7 +16,7 @@ public:
     // Splits line at its first "=" (key and value trimmed, one pair of quotes
     // removed) and sets the pair in the hash, replacing an earlier value. A
     // line that does not split is skipped, leaving the splitter's error in
-    // the record. False only when the hash insertion fails.
+    // the record. False when memory runs out.
     bool add(const char *line, SzHash **ppHash);
 
 private:
