@@ -7,15 +7,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <initializer_list>
 #include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace writers_test {
@@ -24,8 +28,12 @@ namespace fs = std::filesystem;
 
 inline std::string ReadFile(const fs::path &path)
 {
+    // Whole buffers rather than characters: sanitizer builds read large
+    // files many times over.
     std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    std::ostringstream text;
+    text << in.rdbuf();
+    return std::move(text).str();
 }
 
 inline void WriteFile(const fs::path &path, const std::string &text)
@@ -44,6 +52,29 @@ inline std::set<std::string> ListDir(const fs::path &dir)
 
 inline bool IsRoot() { return geteuid() == 0; }
 
+// Runs body in a child process that ends with _exit(body()), so that the
+// child never returns into the test framework.
+inline pid_t ForkChild(const std::function<int()> &body)
+{
+    const pid_t pid = fork();
+    if (pid == 0) {
+        _exit(body());
+    }
+    return pid;
+}
+
+// The wait status of a child; -1 when it cannot be waited for.
+inline int WaitChild(pid_t pid)
+{
+    int status = -1;
+    while (waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return status;
+}
+
 // Clears the error record before a call under test.
 inline void ResetError() { VELKCErrSetEx(0, "test", 0); }
 
@@ -61,6 +92,21 @@ protected:
     fs::path Path(const char *name) const { return dir_ / name; }
 
     fs::path dir_;
+};
+
+// Owns a hash holding the given pairs.
+struct PairHash {
+    PairHash(std::initializer_list<std::pair<const char *, const char *>> pairs)
+    {
+        for (const auto &[key, value] : pairs) {
+            VELKCSzHashSetValue(&hash, key, value);
+        }
+    }
+    ~PairHash() { VELKCSzHashFree(hash); }
+    PairHash(const PairHash &) = delete;
+    PairHash &operator=(const PairHash &) = delete;
+
+    SzHash *hash = VELKCSzHashAlloc(512);
 };
 
 // The lines every writer of the table can work on.

@@ -4,9 +4,20 @@
 
 #include <velkc/file.h>
 
+#include <cerrno>
+#include <sys/stat.h>
+
 namespace {
+
 constexpr int kSectionHashSize = 1024;
+
+bool Exists(const char *path)
+{
+    struct stat st;
+    return lstat(path, &st) == 0 || errno != ENOENT;
 }
+
+} // namespace
 
 // Logs and rejects a failed argument check, naming the condition.
 #define VELKC_REQUIRE(cond)                                               \
@@ -35,8 +46,9 @@ extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSectio
         return -1;
     }
     const int pairs = VELKCFileGetSection(szFile, szSection, section.address());
-    // A section that could not be read whole is not a missing section.
-    if (pairs < 0 && VELKCErrGet() != ERR_OPEN_FAILED) {
+    // A file that is not there has no sections; any other failure means
+    // the section could not be looked for.
+    if (pairs < 0 && (VELKCErrGet() != ERR_OPEN_FAILED || Exists(szFile))) {
         return -1;
     }
     if (pairs <= 0) {

@@ -109,17 +109,17 @@ Status TempFile::Name()
 
 Status TempFile::Replace()
 {
+    // Named and renamed back to back: a process killed between the two is
+    // the only way a temporary file can stay behind.
     if (Status status = Name()) {
         return status;
-    }
-    if (::close(fd_.release()) != 0) {
-        return ERR_WRITE_FAILED;
     }
     if (renameat(dirfd_, name_, dirfd_, target_) != 0) {
         return ERR_RENAME_FAILED;
     }
     named_ = false;
-    return kOk;
+    // The file was synced before; a failing close still makes the call fail.
+    return ::close(fd_.release()) == 0 ? kOk : ERR_WRITE_FAILED;
 }
 
 Status TempFile::LinkNew()

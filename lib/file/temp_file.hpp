@@ -29,8 +29,8 @@ public:
 
     int fd() const noexcept { return fd_.get(); }
 
-    // Closes the file (synced by the caller) and renames it over the target
-    // (ERR_RENAME_FAILED).
+    // Renames the file (synced by the caller) over the target
+    // (ERR_RENAME_FAILED), then closes it.
     Status Replace();
     // Closes the file and links it in under the target's name, which must
     // not exist (ERR_OPEN_FAILED).

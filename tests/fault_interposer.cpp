@@ -1,0 +1,359 @@
+// The interposed allocation and file system calls (see fault_interposer.hpp).
+// Allocations forward to glibc's own entry points, the rest to the next
+// definition found by dlsym(RTLD_NEXT), looked up on first use.
+#include "fault_interposer.hpp"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+extern "C" {
+void *__libc_malloc(size_t size);
+void *__libc_calloc(size_t count, size_t size);
+void *__libc_realloc(void *ptr, size_t size);
+}
+
+namespace fault {
+
+namespace {
+
+struct Armed {
+    Kind kind;
+    long k;
+    int error;
+    const char *target;
+    Record *record;
+};
+
+constinit thread_local Armed armed{Kind::kOff, 0, 0, nullptr, nullptr};
+
+// Counts a call of kind; true when it is the one to fail.
+bool Hit(Kind kind, const char *name) noexcept
+{
+    if (armed.kind != kind) {
+        return false;
+    }
+    Record &record = *armed.record;
+    if (++record.calls != armed.k) {
+        return false;
+    }
+    record.failed = name;
+    record.failedAfterCommit = record.committed;
+    return true;
+}
+
+int Fail() noexcept
+{
+    errno = armed.error;
+    return -1;
+}
+
+// Passes on the result of a rename or link, noting when it put a file in
+// place under the target's name.
+int Committed(int result, const char *newpath) noexcept
+{
+    if (result == 0 && armed.kind != Kind::kOff) {
+        const char *slash = std::strrchr(newpath, '/');
+        if (std::strcmp(slash != nullptr ? slash + 1 : newpath, armed.target) == 0) {
+            armed.record->committed = true;
+        }
+    }
+    return result;
+}
+
+// Disarms the thread while it lives: looking up a libc function allocates.
+class Pause {
+public:
+    Pause() noexcept { armed.kind = Kind::kOff; }
+    ~Pause() { armed = saved_; }
+    Pause(const Pause &) = delete;
+    Pause &operator=(const Pause &) = delete;
+
+private:
+    Armed saved_ = armed;
+};
+
+// The definition this file hides, looked up on first use.
+template <typename Fn>
+struct Next {
+    const char *name;
+    Fn fn = nullptr;
+
+    template <typename... Args>
+    auto operator()(Args... args) noexcept
+    {
+        if (fn == nullptr) {
+            Pause pause;
+            fn = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
+        }
+        return fn(args...);
+    }
+};
+
+// A file system call: failed when its turn has come, else forwarded.
+template <typename Fn, typename... Args>
+auto Io(Next<Fn> &next, Args... args) noexcept
+{
+    using Result = decltype(next(args...));
+    return Hit(Kind::kIo, next.name) ? static_cast<Result>(Fail()) : next(args...);
+}
+
+// write and pwrite: may also write only half and return the short count.
+template <typename Fn, typename... Rest>
+ssize_t Write(Next<Fn> &next, int fd, const void *buf, size_t size, Rest... rest) noexcept
+{
+    if (size >= 2 && Hit(Kind::kShortWrite, next.name)) {
+        return next(fd, buf, size / 2, rest...);
+    }
+    return Io(next, fd, buf, size, rest...);
+}
+
+void *NoMemory() noexcept
+{
+    errno = ENOMEM;
+    return nullptr;
+}
+
+// The mode argument of the open calls, present only when the flags need it.
+mode_t ModeArg(int flags, va_list args) noexcept
+{
+    return __OPEN_NEEDS_MODE(flags) ? va_arg(args, mode_t) : 0;
+}
+
+} // namespace
+
+void Arm(Kind kind, long k, int error, const char *target, Record *record) noexcept
+{
+    *record = Record{};
+    armed = Armed{kind, k, error, target, record};
+}
+
+void Disarm() noexcept { armed.kind = Kind::kOff; }
+
+} // namespace fault
+
+// Each definition keeps the libc function it hides in a static Next. Its
+// pointer type drops the declaration's nonnull attributes, as intended.
+#pragma GCC diagnostic ignored "-Wignored-attributes"
+#define NEXT(fn) static fault::Next<decltype(&fn)> next{#fn}
+
+using fault::Io;
+using fault::Write;
+
+// Exported, so that they take precedence for the library too.
+#pragma GCC visibility push(default)
+extern "C" {
+
+void *malloc(size_t size) noexcept
+{
+    return fault::Hit(fault::Kind::kAlloc, "malloc") ? fault::NoMemory() : __libc_malloc(size);
+}
+
+void *calloc(size_t count, size_t size) noexcept
+{
+    return fault::Hit(fault::Kind::kAlloc, "calloc") ? fault::NoMemory() : __libc_calloc(count, size);
+}
+
+void *realloc(void *ptr, size_t size) noexcept
+{
+    return size != 0 && fault::Hit(fault::Kind::kAlloc, "realloc") ? fault::NoMemory() : __libc_realloc(ptr, size);
+}
+
+int open(const char *path, int flags, ...)
+{
+    NEXT(open);
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = fault::ModeArg(flags, args);
+    va_end(args);
+    return Io(next, path, flags, mode);
+}
+
+int openat(int dirfd, const char *path, int flags, ...)
+{
+    NEXT(openat);
+    va_list args;
+    va_start(args, flags);
+    const mode_t mode = fault::ModeArg(flags, args);
+    va_end(args);
+    return Io(next, dirfd, path, flags, mode);
+}
+
+// One function each with the above, as in glibc on 64-bit targets.
+int open64(const char *path, int flags, ...) __attribute__((alias("open"), nothrow));
+int openat64(int dirfd, const char *path, int flags, ...) __attribute__((alias("openat"), nothrow));
+
+ssize_t read(int fd, void *buf, size_t size)
+{
+    NEXT(read);
+    return Io(next, fd, buf, size);
+}
+
+ssize_t pread(int fd, void *buf, size_t size, off_t offset)
+{
+    NEXT(pread);
+    return Io(next, fd, buf, size, offset);
+}
+
+ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
+{
+    NEXT(pread64);
+    return Io(next, fd, buf, size, offset);
+}
+
+ssize_t write(int fd, const void *buf, size_t size)
+{
+    NEXT(write);
+    return Write(next, fd, buf, size);
+}
+
+ssize_t pwrite(int fd, const void *buf, size_t size, off_t offset)
+{
+    NEXT(pwrite);
+    return Write(next, fd, buf, size, offset);
+}
+
+ssize_t pwrite64(int fd, const void *buf, size_t size, off64_t offset)
+{
+    NEXT(pwrite64);
+    return Write(next, fd, buf, size, offset);
+}
+
+off_t lseek(int fd, off_t offset, int whence) noexcept
+{
+    NEXT(lseek);
+    return Io(next, fd, offset, whence);
+}
+
+int fstat(int fd, struct stat *st) noexcept
+{
+    NEXT(fstat);
+    return Io(next, fd, st);
+}
+
+int fstat64(int fd, struct stat64 *st) noexcept
+{
+    NEXT(fstat64);
+    return Io(next, fd, st);
+}
+
+int fstatat(int dirfd, const char *path, struct stat *st, int flags) noexcept
+{
+    NEXT(fstatat);
+    return Io(next, dirfd, path, st, flags);
+}
+
+int fstatat64(int dirfd, const char *path, struct stat64 *st, int flags) noexcept
+{
+    NEXT(fstatat64);
+    return Io(next, dirfd, path, st, flags);
+}
+
+int stat(const char *path, struct stat *st) noexcept
+{
+    NEXT(stat);
+    return Io(next, path, st);
+}
+
+int lstat(const char *path, struct stat *st) noexcept
+{
+    NEXT(lstat);
+    return Io(next, path, st);
+}
+
+int fsync(int fd)
+{
+    NEXT(fsync);
+    return Io(next, fd);
+}
+
+int fdatasync(int fd)
+{
+    NEXT(fdatasync);
+    return Io(next, fd);
+}
+
+int close(int fd)
+{
+    NEXT(close);
+    if (fault::Hit(fault::Kind::kIo, next.name)) {
+        next(fd); // a failed close has still released the descriptor
+        return fault::Fail();
+    }
+    return next(fd);
+}
+
+int flock(int fd, int operation) noexcept
+{
+    NEXT(flock);
+    return Io(next, fd, operation);
+}
+
+int ftruncate(int fd, off_t length) noexcept
+{
+    NEXT(ftruncate);
+    return Io(next, fd, length);
+}
+
+int fchown(int fd, uid_t uid, gid_t gid) noexcept
+{
+    NEXT(fchown);
+    return Io(next, fd, uid, gid);
+}
+
+int fchmod(int fd, mode_t mode) noexcept
+{
+    NEXT(fchmod);
+    return Io(next, fd, mode);
+}
+
+int link(const char *oldpath, const char *newpath) noexcept
+{
+    NEXT(link);
+    return fault::Committed(Io(next, oldpath, newpath), newpath);
+}
+
+int linkat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, int flags) noexcept
+{
+    NEXT(linkat);
+    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath);
+}
+
+int rename(const char *oldpath, const char *newpath) noexcept
+{
+    NEXT(rename);
+    return fault::Committed(Io(next, oldpath, newpath), newpath);
+}
+
+int renameat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath) noexcept
+{
+    NEXT(renameat);
+    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath), newpath);
+}
+
+int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, unsigned int flags) noexcept
+{
+    NEXT(renameat2);
+    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath);
+}
+
+int unlink(const char *path) noexcept
+{
+    NEXT(unlink);
+    return Io(next, path);
+}
+
+int unlinkat(int dirfd, const char *path, int flags) noexcept
+{
+    NEXT(unlinkat);
+    return Io(next, dirfd, path, flags);
+}
+
+} // extern "C"
+#pragma GCC visibility pop
