@@ -25,7 +25,10 @@ velkc::Status FindSection(velkc::LineReader &reader, const char *szSection, bool
 extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
                                    const char *szFormat) noexcept
 {
-    if (szFile == nullptr || szSection == nullptr || pHash == nullptr) {
+    // Refused whether or not the section exists, so that bad input never
+    // depends on the file's content.
+    if (szFile == nullptr || szSection == nullptr || pHash == nullptr || !velkc::IsSafeValue(szSection) ||
+        !velkc::SafePairs(pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }

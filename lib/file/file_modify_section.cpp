@@ -12,6 +12,12 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
     }
     const bool replace = flags & SECTION_FLAG_REPLACE;
     const char *newName = szNewSection != nullptr ? szNewSection : szSection;
+    // A replacement that would change the file's structure is refused before
+    // the file is looked at.
+    if (replace && (!velkc::IsSafeValue(newName) || !velkc::SafePairs(pHash))) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
     velkc::Rewrite rw(szFile, {.quotaError = true});
     if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
