@@ -114,6 +114,8 @@ ssize_t Write(Next<Fn> &next, int fd, const void *buf, size_t size, Rest... rest
     return Io(next, fd, buf, size, rest...);
 }
 
+bool refuseUnnamed = false;
+
 void *NoMemory() noexcept
 {
     errno = ENOMEM;
@@ -135,6 +137,8 @@ void Arm(Kind kind, long k, int error, const char *target, Record *record) noexc
 }
 
 void Disarm() noexcept { armed.kind = Kind::kOff; }
+
+void RefuseUnnamedFiles(bool refuse) noexcept { refuseUnnamed = refuse; }
 
 } // namespace fault
 
@@ -178,6 +182,10 @@ int open(const char *path, int flags, ...)
 int openat(int dirfd, const char *path, int flags, ...)
 {
     NEXT(openat);
+    if (fault::refuseUnnamed && (flags & O_TMPFILE) == O_TMPFILE) {
+        errno = EOPNOTSUPP;
+        return -1;
+    }
     va_list args;
     va_start(args, flags);
     const mode_t mode = fault::ModeArg(flags, args);

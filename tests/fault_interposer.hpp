@@ -29,4 +29,8 @@ struct Record {
 void Arm(Kind kind, long k, int error, const char *target, Record *record) noexcept;
 void Disarm() noexcept;
 
+// While on, opening an unnamed file (O_TMPFILE) fails with EOPNOTSUPP, as on
+// a file system without them; such opens are not counted.
+void RefuseUnnamedFiles(bool refuse) noexcept;
+
 } // namespace fault

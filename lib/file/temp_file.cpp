@@ -122,9 +122,20 @@ Status TempFile::Replace()
     return ::close(fd_.release()) == 0 ? kOk : ERR_WRITE_FAILED;
 }
 
+int TempFile::MoveNamed() noexcept
+{
+    // One step, so that no second name is left to remove; file systems that
+    // cannot rename without replacing get a link, and the name goes later.
+    if (renameat2(dirfd_, name_, dirfd_, target_, RENAME_NOREPLACE) == 0) {
+        named_ = false;
+        return 0;
+    }
+    return errno == EINVAL || errno == ENOSYS ? linkat(dirfd_, name_, dirfd_, target_, 0) : -1;
+}
+
 Status TempFile::LinkNew()
 {
-    const int linked = named_ ? linkat(dirfd_, name_, dirfd_, target_, 0) : LinkUnnamed(fd_.get(), dirfd_, target_);
+    const int linked = named_ ? MoveNamed() : LinkUnnamed(fd_.get(), dirfd_, target_);
     if (linked != 0) {
         return ERR_OPEN_FAILED;
     }

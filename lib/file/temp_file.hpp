@@ -41,6 +41,8 @@ private:
     Status Name();
     // A fresh temporary name in name_.
     void PickName();
+    // Moves the named file to the target's name, which must not exist.
+    int MoveNamed() noexcept;
 
     int dirfd_ = -1;
     const char *target_ = nullptr;
