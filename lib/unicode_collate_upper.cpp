@@ -171,7 +171,8 @@ private:
     UCharIterator iter_{};
     std::string_view src_;
     int32_t iSrc_ = 0;
-    std::array<UChar, 256> inline_{};
+    // Left uninitialised: only produced units are ever read.
+    std::array<UChar, 256> inline_;
     velkc::MallocPtr<UChar> heap_;
     UChar *buf_ = inline_.data();
     int32_t cap_ = static_cast<int32_t>(inline_.size());
