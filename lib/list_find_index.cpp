@@ -2,6 +2,8 @@
 #include "internal.hpp"
 #include "list_internal.hpp"
 
+#include <velkc/unicode.h>
+
 // Binary search of slots lo..hi. Returns the index of an equal item, or the
 // complement of the insertion point. A failed caseless compare ends the
 // search at the current lower bound.
@@ -11,20 +13,6 @@ extern "C" VELKC_API int VELKCSzListFindIndex(const SzList *pList, int hi, int l
     if (pList == nullptr || sz == nullptr) {
         return -1;
     }
-    while (lo <= hi) {
-        const int mid = (lo + hi) / 2;
-        const int r = velkc::list::Compare(sz, pList->pszItem[mid], caseless != 0);
-        if (r == -2) {
-            return ~lo;
-        }
-        if (r == 0) {
-            return mid;
-        }
-        if (r > 0) {
-            lo = mid + 1;
-        } else {
-            hi = mid - 1;
-        }
-    }
-    return ~lo;
+    return caseless != 0 ? velkc::list::SearchSlots(pList, hi, lo, sz, VELKCUnicodeUTF8StrCaseCmp)
+                         : velkc::list::SearchSlots(pList, hi, lo, sz, velkc::list::CompareBytes);
 }

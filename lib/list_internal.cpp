@@ -67,18 +67,26 @@ SzList *CopyToBlock(const SzList *pList, int cbSize) noexcept
 
 int Compare(const char *pszA, const char *pszB, bool caseless) noexcept
 {
-    if (caseless) {
-        return VELKCUnicodeUTF8StrCaseCmp(pszA, pszB);
-    }
-    const int r = std::strcmp(pszA, pszB);
-    return (r > 0) - (r < 0);
+    return caseless ? VELKCUnicodeUTF8StrCaseCmp(pszA, pszB) : CompareBytes(pszA, pszB);
 }
 
 int ScanFor(const SzList *pList, const char *psz, bool caseless) noexcept
 {
+    if (caseless) {
+        for (int i = 0; i < pList->nItem; ++i) {
+            const char *pszItem = pList->pszItem[i];
+            if (!IsHole(pList, pszItem) && VELKCUnicodeUTF8StrCaseCmp(psz, pszItem) == 0) {
+                return i;
+            }
+        }
+        return -1;
+    }
+    // Most items differ in their first byte: test it before calling strcmp.
+    const char first = *psz;
     for (int i = 0; i < pList->nItem; ++i) {
         const char *pszItem = pList->pszItem[i];
-        if (!IsHole(pList, pszItem) && Compare(psz, pszItem, caseless) == 0) {
+        if (*pszItem == first && !IsHole(pList, pszItem) &&
+            (first == '\0' || std::strcmp(pszItem + 1, psz + 1) == 0)) {
             return i;
         }
     }
@@ -87,11 +95,12 @@ int ScanFor(const SzList *pList, const char *psz, bool caseless) noexcept
 
 int Lookup(const SzList *pList, const char *psz, bool caseless) noexcept
 {
-    if (pList->fMode == (caseless ? OP_UNICODE_SORTED : OP_SORTED)) {
-        const int r = VELKCSzListFindIndex(pList, pList->nItem - 1, 0, psz, caseless);
-        return r < 0 ? -1 : r;
+    if (pList->fMode != (caseless ? OP_UNICODE_SORTED : OP_SORTED)) {
+        return ScanFor(pList, psz, caseless);
     }
-    return ScanFor(pList, psz, caseless);
+    const int r = caseless ? SearchSlots(pList, pList->nItem - 1, 0, psz, VELKCUnicodeUTF8StrCaseCmp)
+                           : SearchSlots(pList, pList->nItem - 1, 0, psz, CompareBytes);
+    return r < 0 ? -1 : r;
 }
 
 } // namespace velkc::list

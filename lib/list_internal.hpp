@@ -4,6 +4,7 @@
 #include <velkc/list.h>
 
 #include <cstddef>
+#include <cstring>
 
 namespace velkc::list {
 
@@ -35,6 +36,37 @@ long long LiveBytes(const SzList *pList) noexcept;
 // Compares two strings as -1, 0 or 1, by bytes or caseless (UTF-8, through
 // the collator); -2 when the caseless compare fails.
 int Compare(const char *pszA, const char *pszB, bool caseless) noexcept;
+
+// Byte order as -1, 0 or 1: inline, for the loops that call it per item.
+inline int CompareBytes(const char *pszA, const char *pszB) noexcept
+{
+    const int r = std::strcmp(pszA, pszB);
+    return (r > 0) - (r < 0);
+}
+
+// Binary search of slots lo..hi with compare(key, item) giving -1, 0, 1 or
+// -2 (failure, which ends the search at the current lower bound). Returns
+// the index of an equal item or the complement of the insertion point.
+template <typename Cmp>
+int SearchSlots(const SzList *pList, int hi, int lo, const char *psz, Cmp compare) noexcept
+{
+    while (lo <= hi) {
+        const int mid = (lo + hi) / 2;
+        const int r = compare(psz, pList->pszItem[mid]);
+        if (r == -2) {
+            return ~lo;
+        }
+        if (r == 0) {
+            return mid;
+        }
+        if (r > 0) {
+            lo = mid + 1;
+        } else {
+            hi = mid - 1;
+        }
+    }
+    return ~lo;
+}
 
 // Index of the first non-hole item equal to psz, scanning in order, or -1.
 int ScanFor(const SzList *pList, const char *psz, bool caseless) noexcept;

@@ -4,6 +4,9 @@
 
 #include "internal.hpp"
 
+#include <cstddef>
+#include <string_view>
+#include <unicode/ucol.h>
 #include <unicode/utypes.h>
 
 namespace velkc::unicode {
@@ -28,6 +31,28 @@ auto WithIcu(Call call) noexcept
     const IcuCall icu;
     return call();
 }
+
+// What one pass over a NUL-terminated string learns: its length, whether it
+// is all ASCII, and whether it is well-formed UTF-8 (as u_strFromUTF8 judges).
+struct Utf8Scan {
+    std::size_t cb = 0;
+    bool ascii = true;
+    bool valid = true;
+};
+
+Utf8Scan ScanUtf8(const char *psz) noexcept;
+
+// Compares two all-ASCII strings as the collator orders their upper-cased
+// forms, through a rank table built once from pColl. Returns -1, 0 or 1, or
+// kNoDecision when the table cannot stand in for that collator.
+inline constexpr int kNoDecision = 2;
+int CompareAsciiUpper(const UCollator *pColl, std::string_view a, std::string_view b) noexcept;
+
+// Compares two well-formed UTF-8 strings as the collator orders their
+// upper-cased UTF-16 forms, converting and upper-casing only as far as the
+// collator reads. Stores -1, 0 or 1 in *pResult and returns 0, or returns
+// the error code for the caller to record.
+unsigned CollateUpper(const UCollator *pColl, std::string_view a, std::string_view b, int *pResult) noexcept;
 
 // Returned by UTF8ToUpperUTF16 when a callee has already recorded the error.
 inline constexpr unsigned kErrRecorded = ~0u;

@@ -4,44 +4,43 @@
 #include <velkc/unicode.h>
 #include <velkc/unicode_icu.h>
 
-namespace {
-
-// Upper-cases one operand; false (with the error recorded) on failure.
-bool UpperOperand(const char *psz, velkc::MallocPtr<UChar> *ppUpper)
-{
-    int cch = 0;
-    const unsigned err = velkc::unicode::UTF8ToUpperUTF16(psz, ppUpper, &cch);
-    if (err != 0 && err != velkc::unicode::kErrRecorded) {
-        VELKC_SET_ERR(err);
-    }
-    return err == 0;
-}
-
-} // namespace
-
 // Case is removed by a full upper-case mapping of both strings; the root
-// collator then orders the upper-cased forms.
+// collator then orders the upper-cased forms. Either string being malformed
+// fails the comparison, wherever the malformed bytes are, so both are
+// scanned whole first. Identical strings are equal; all-ASCII strings go
+// through a rank table; the rest are upper-cased only as far as the
+// collator reads.
 extern "C" VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char *szB) noexcept
 {
     if (szA == nullptr || szB == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -2;
     }
-    UCollator *pColl = VELKCUnicodeIOpenCollator();
+    const UCollator *pColl = VELKCUnicodeIOpenCollator();
     if (pColl == nullptr) {
         return -2;
     }
-    velkc::MallocPtr<UChar> pA;
-    velkc::MallocPtr<UChar> pB;
-    if (!UpperOperand(szA, &pA) || !UpperOperand(szB, &pB)) {
+    using namespace velkc::unicode;
+    const Utf8Scan scanA = ScanUtf8(szA);
+    const Utf8Scan scanB = ScanUtf8(szB);
+    if (!scanA.valid || !scanB.valid) {
+        VELKC_SET_ERR(ERR_UNICODE_FAILED);
         return -2;
     }
-    switch (velkc::unicode::WithIcu([&] { return ucol_strcoll(pColl, pA.get(), -1, pB.get(), -1); })) {
-    case UCOL_LESS:
-        return -1;
-    case UCOL_EQUAL:
+    const std::string_view a(szA, scanA.cb);
+    const std::string_view b(szB, scanB.cb);
+    if (a == b) {
         return 0;
-    default:
-        return 1;
     }
+    if (scanA.ascii && scanB.ascii) {
+        if (const int r = CompareAsciiUpper(pColl, a, b); r != kNoDecision) {
+            return r;
+        }
+    }
+    int r = 0;
+    if (const unsigned err = CollateUpper(pColl, a, b, &r); err != 0) {
+        VELKC_SET_ERR(err);
+        return -2;
+    }
+    return r;
 }

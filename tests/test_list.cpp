@@ -166,6 +166,25 @@ TEST(SzList, SortItemsSortsOnlyUnsortedLists)
     EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"a", "b", "C", "D"}));
 }
 
+// Which of several equal items Find reports: the first in a scan, the one
+// the binary search meets first in a sorted list.
+TEST(SzList, FindPicksAmongDuplicates)
+{
+    ListPtr unsorted = MakeList({"bc", "b", "ab", "b", "bd", "b"});
+    EXPECT_EQ(VELKCSzListFind(unsorted.get(), "b"), 1);
+    EXPECT_EQ(VELKCSzListFind(unsorted.get(), "bd"), 4);
+    EXPECT_EQ(VELKCSzListFind(unsorted.get(), "bb"), -1);
+    EXPECT_EQ(VELKCSzListFind(unsorted.get(), ""), -1);
+    ListPtr sorted = MakeList({"a", "b", "b", "b", "b", "b", "c", "d"}, OP_SORTED);
+    EXPECT_EQ(VELKCSzListFind(sorted.get(), "b"), 3);
+    EXPECT_EQ(VELKCSzListFind(sorted.get(), "d"), 7);
+    EXPECT_EQ(VELKCSzListFind(sorted.get(), "bb"), -1);
+    EXPECT_EQ(VELKCSzListFindIndex(sorted.get(), 7, 0, "bb", 0), ~6);
+    ListPtr caseless = MakeList({"a", "B", "b", "B", "c"}, OP_UNICODE_SORTED);
+    EXPECT_EQ(VELKCSzListCaseFind(caseless.get(), "b"), 2);
+    EXPECT_EQ(VELKCSzListFindIndex(caseless.get(), 4, 0, "\xff", 1), ~0);
+}
+
 TEST(SzList, FindRefusesTheOtherSortedMode)
 {
     ListPtr sorted = MakeList({"x"}, OP_SORTED);

@@ -5,8 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <random>
 #include <string>
+#include <unicode/ustring.h>
+#include <vector>
 
 namespace {
 
@@ -92,6 +96,108 @@ TEST(Unicode, CaseCmpFailsWithMinusTwo)
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
     EXPECT_EQ(VELKCUnicodeUTF8StrCaseCmp("a", "\xc3"), -2);
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_UNICODE_FAILED});
+}
+
+// The comparison computed the long way, straight from ICU: -2 for text
+// that does not convert.
+std::vector<UChar> UpperUtf16(const std::string &s, bool *pOk)
+{
+    std::vector<UChar> utf16(2 * s.size() + 1);
+    std::vector<UChar> upper(3 * utf16.size() + 1);
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t n = 0;
+    u_strFromUTF8(utf16.data(), int32_t(utf16.size()), &n, s.c_str(), -1, &status);
+    n = u_strToUpper(upper.data(), int32_t(upper.size()), utf16.data(), n, "", &status);
+    *pOk = U_SUCCESS(status);
+    upper.resize(std::size_t(std::max(n, 0)));
+    return upper;
+}
+
+int ReferenceCaseCmp(const std::string &a, const std::string &b)
+{
+    bool okA = false, okB = false;
+    const auto upperA = UpperUtf16(a, &okA);
+    const auto upperB = UpperUtf16(b, &okB);
+    if (!okA || !okB) {
+        return -2;
+    }
+    return ucol_strcoll(VELKCUnicodeIOpenCollator(), upperA.data(), int32_t(upperA.size()), upperB.data(),
+                        int32_t(upperB.size()));
+}
+
+// Every pair of strings of up to two ASCII characters (controls included):
+// the order of their ICU sort keys and the library's answer agree.
+TEST(Unicode, CaseCmpOfShortAsciiMatchesTheCollatorExhaustively)
+{
+    std::vector<std::string> texts{""};
+    for (int c = 1; c < 0x80; ++c) {
+        texts.emplace_back(1, char(c));
+        for (int d = 1; d < 0x80; ++d) {
+            texts.push_back({char(c), char(d)});
+        }
+    }
+    std::vector<std::string> keys;
+    for (const auto &text : texts) {
+        bool ok = false;
+        const auto upper = UpperUtf16(text, &ok);
+        ASSERT_TRUE(ok);
+        uint8_t key[64];
+        const int32_t cb = ucol_getSortKey(VELKCUnicodeIOpenCollator(), upper.data(), int32_t(upper.size()), key,
+                                           sizeof key);
+        ASSERT_LE(cb, int32_t(sizeof key));
+        keys.emplace_back(reinterpret_cast<char *>(key), std::size_t(cb));
+    }
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        for (std::size_t j = 0; j < texts.size(); ++j) {
+            const int want = keys[i].compare(keys[j]);
+            const int got = VELKCUnicodeUTF8StrCaseCmp(texts[i].c_str(), texts[j].c_str());
+            if (got != (want > 0) - (want < 0)) {
+                FAIL() << '"' << texts[i] << "\" vs \"" << texts[j] << "\": " << got;
+            }
+        }
+    }
+}
+
+// Random pairs, most of them alike up to a few edits, drawn from ASCII or
+// from a mix with accents, special upper-case mappings, combining marks,
+// ignorables and characters beyond the BMP.
+TEST(Unicode, CaseCmpOfRandomTextMatchesTheCollator)
+{
+    const std::vector<std::string> ascii{"a", "B", "z", " ", "-", "_", "0", "9", "\t", "\x01", "\x7f", "~", "'"};
+    const std::vector<std::string> mixed{"a",  "E",  "é",  "É",      "ß",  "ﬁ",  "ΐ",  "σ",  "ς", "\u0301", "\u0308",
+                                         "ı",  "İ",  "ŉ",  "\u00ad", "ё", "한", "中", "😀", "ǅ", "ffi",     "-"};
+    std::mt19937 rng(7);
+    const auto draw = [&rng](const std::vector<std::string> &pool, std::size_t n) {
+        std::string s;
+        for (std::size_t k = 0; k < n; ++k) {
+            s += pool[rng() % pool.size()];
+        }
+        return s;
+    };
+    for (const auto *pPool : {&ascii, &mixed}) {
+        for (int round = 0; round < 20000; ++round) {
+            const std::size_t len = round % 100 == 0 ? 300 : rng() % 12;
+            const std::string a = draw(*pPool, len);
+            std::string b = a;
+            for (int edits = int(rng() % 3); edits > 0; --edits) {
+                b.insert(rng() % (b.size() + 1), draw(*pPool, 1));
+            }
+            b = round % 2 ? b : draw(*pPool, rng() % 12);
+            ASSERT_EQ(VELKCUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str()), ReferenceCaseCmp(a, b)) << a << " / " << b;
+        }
+    }
+}
+
+// Malformed UTF-8 fails the comparison even past the first difference.
+TEST(Unicode, CaseCmpFailsOnMalformedTextAnywhere)
+{
+    for (const char *bad : {"\xff", "\xc0\x80", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\xe2\x82", "\x80"}) {
+        const std::string late = "b" + std::string(100, 'x') + bad;
+        VELKCErrSetEx(0, "test", 0);
+        EXPECT_EQ(VELKCUnicodeUTF8StrCaseCmp("a", late.c_str()), -2) << late;
+        EXPECT_EQ(VELKCUnicodeUTF8StrCaseCmp(late.c_str(), "\u00e4"), -2) << late;
+        EXPECT_EQ(VELKCErrGet(), unsigned{ERR_UNICODE_FAILED});
+    }
 }
 
 TEST(Unicode, CollatorIsOpenedOnce)
