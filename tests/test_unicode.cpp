@@ -147,8 +147,14 @@ TEST(Unicode, CaseCmpOfShortAsciiMatchesTheCollatorExhaustively)
         ASSERT_LE(cb, int32_t(sizeof key));
         keys.emplace_back(reinterpret_cast<char *>(key), std::size_t(cb));
     }
+    // Sanitizer builds, many times slower, check every seventh pair.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr std::size_t kStride = 7;
+#else
+    constexpr std::size_t kStride = 1;
+#endif
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        for (std::size_t j = 0; j < texts.size(); ++j) {
+        for (std::size_t j = i % kStride; j < texts.size(); j += kStride) {
             const int want = keys[i].compare(keys[j]);
             const int got = VELKCUnicodeUTF8StrCaseCmp(texts[i].c_str(), texts[j].c_str());
             if (got != (want > 0) - (want < 0)) {
