@@ -22,13 +22,15 @@ enum class Quotes { Keep, StripOnePair };
 // source); the caller records that error.
 int TrimText(char *szInput, char *szOutput, std::string_view set, Quotes quotes);
 
-// Signature shared by strsep and VELKCStrTokIndex.
-using TokenFn = char *(*)(char **, const char *);
+// What AppendTokens does with the empty token between two adjacent
+// separators (or at either end): kept as strsep gives it, or dropped as
+// VELKCStrTokIndex does.
+enum class EmptyTokens { Keep, Drop };
 
-// Appends every token that `next` takes from `text` at the bytes of szSep.
+// Cuts text in place at every byte of szSep and appends the tokens in order.
 // Returns the number appended, or -1 when a push fails (the push has set the
 // error record; the list keeps what was appended before).
-int AppendTokens(char *text, const char *szSep, SzList **ppList, TokenFn next);
+int AppendTokens(char *text, const char *szSep, SzList **ppList, EmptyTokens empty);
 
 // Colon escape: ESCAPE introduces a two-byte unit whose second byte names the
 // escaped byte, so that colon-separated records can carry colons.

@@ -17,5 +17,5 @@ int VELKCStrSep(const char *szInput, const char *szSep, SzList **ppList) noexcep
         VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
         return -1;
     }
-    return velkc::AppendTokens(copy.get(), szSep, ppList, strsep);
+    return velkc::AppendTokens(copy.get(), szSep, ppList, velkc::EmptyTokens::Keep);
 }

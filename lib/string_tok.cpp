@@ -17,5 +17,5 @@ int VELKCStrTok(const char *szInput, const char *szSep, SzList **ppList) noexcep
         VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
         return -1;
     }
-    return velkc::AppendTokens(copy.get(), szSep, ppList, VELKCStrTokIndex);
+    return velkc::AppendTokens(copy.get(), szSep, ppList, velkc::EmptyTokens::Drop);
 }

@@ -191,6 +191,32 @@ TEST_F(Writers, VeryLongLinesSurviveUnchanged)
               text.size() - (3 << 17));
 }
 
+// Lines without the key are passed over in runs straight from the read
+// buffer: key lines, and lines that hold the key elsewhere, at every offset
+// around the end of the first 64 KiB read.
+TEST_F(Writers, KeyLinesAcrossTheReadBufferEnd)
+{
+    for (std::size_t offset = 65520; offset < 65552; ++offset) {
+        const std::string head = "f=" + std::string(offset - 3, 'x') + "\nzk=k\n";
+        const std::string text = head + "k=old\nmid=1\n k =dup\nk2=v";
+        char value[8] = "";
+        WriteFile(Path("conf"), text);
+        ASSERT_EQ(VELKCFileGetKeyValue(Path("conf").c_str(), "k", value, sizeof value, 0), 4) << offset;
+        ASSERT_STREQ(value, "old");
+        ASSERT_EQ(After(text, 1, [](const char *p) { return VELKCFileSetKeyValue(p, "k", "new", nullptr); }),
+                  head + "k=new\nmid=1\nk2=v") << offset;
+        ASSERT_EQ(After(text, 2, [](const char *p) { return VELKCFileRemoveKey(p, "k"); }), head + "mid=1\nk2=v");
+        SzHash *keys = VELKCSzHashAlloc(0);
+        SzHash *drop = VELKCSzHashAlloc(0);
+        VELKCSzHashSetValue(&keys, "new", "n");
+        VELKCSzHashSetValue(&drop, "mid", "");
+        ASSERT_EQ(After(text, 1, [&](const char *p) { return VELKCFileSetKeys(p, keys, drop, nullptr); }),
+                  head + "k=old\n k =dup\nk2=v\nnew=n\n") << offset;
+        VELKCSzHashFree(keys);
+        VELKCSzHashFree(drop);
+    }
+}
+
 TEST_F(Writers, KeysThatArePrefixesOfOtherKeys)
 {
     const std::string text = "key1=a\nkey=b\nkey.sub=c\n key = d\n";

@@ -241,6 +241,36 @@ TEST(Join, ReusesALargeBufferAndGrowsASmallOne)
     std::free(out);
 }
 
+// StrSep gives what strsep gives, StrTok what VELKCStrTokIndex gives, in the
+// same list blocks: separator runs, both ends, high bytes and empty sets.
+TEST(SepTok, RandomInputMatchesStrsepAndTokIndex)
+{
+    using Step = char *(*)(char **, const char *);
+    using Split = int (*)(const char *, const char *, SzList **);
+    const std::string alphabet = "ab,,;;\x80";
+    for (int round = 0; round < 1000; ++round) {
+        const std::string text = RandomText(alphabet, 40);
+        for (const char *sep : {"", ",", ",;", ";\x80"}) {
+            for (auto [split, step] : {std::pair<Split, Step>{VELKCStrSep, strsep}, {VELKCStrTok, VELKCStrTokIndex}}) {
+                SzList *want = VELKCSzListAlloc(0);
+                std::string copy = text;
+                char *cursor = copy.data();
+                while (const char *token = step(&cursor, sep)) {
+                    ASSERT_GE(VELKCSzListPush(&want, token), 0);
+                }
+                SzList *got = VELKCSzListAlloc(0);
+                ASSERT_EQ(split(text.c_str(), sep, &got), want->nItem) << '[' << text << "] at [" << sep << ']';
+                ASSERT_EQ(got->cbSize, want->cbSize);
+                for (int i = 0; i < want->nItem; ++i) {
+                    ASSERT_STREQ(got->pszItem[i], want->pszItem[i]);
+                }
+                VELKCSzListFree(got);
+                VELKCSzListFree(want);
+            }
+        }
+    }
+}
+
 TEST(SepPair, ValueKeepsFurtherEqualsAndLosesOneQuotePair)
 {
     SzList *list = VELKCSzListAlloc(0);

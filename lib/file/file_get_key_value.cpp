@@ -43,7 +43,7 @@ extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char 
     }
     char *dest = szValue;
     long size = 0;
-    while (reader.next()) {
+    while (reader.nextContaining(szKey)) { // a key line holds its key
         if (!velkc::IsKeyLineOf(reader.view(), szKey)) {
             continue;
         }

@@ -13,7 +13,7 @@ extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey) noexcep
         return VELKC_FAIL(status);
     }
     int removed = 0;
-    const velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
+    const velkc::Status status = rw.CopyLinesContaining(szKey, [&](const velkc::LineReader &line) -> velkc::Status {
         if (velkc::IsKeyLineOf(line.view(), szKey)) {
             ++removed;
             return velkc::kOk;

@@ -40,7 +40,7 @@ extern "C" int VELKCFileSetKeyValue(const char *szFile, const char *szKey, const
     }
     velkc::Output &out = rw.out();
     bool replaced = false;
-    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) -> velkc::Status {
+    velkc::Status status = rw.CopyLinesContaining(szKey, [&](const velkc::LineReader &line) -> velkc::Status {
         if (!velkc::IsKeyLineOf(line.view(), szKey)) {
             return out.Write(line.view());
         }

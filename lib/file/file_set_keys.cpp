@@ -4,6 +4,11 @@
 #include "rewrite.hpp"
 #include "section_output.hpp"
 
+#include <algorithm>
+#include <bitset>
+#include <cstdint>
+#include <cstring>
+
 namespace {
 
 // A new file is private to the caller's real user: mode 0644.
@@ -49,6 +54,46 @@ velkc::Status Begin(velkc::Rewrite &rw)
     }
     return target == velkc::Rewrite::Target::kOpened ? rw.Begin() : rw.BeginCreate(getuid(), getgid(), kNewFileMode);
 }
+
+// The keys a line may be handled for, as a bitmap of key hashes: most lines
+// of a large file are passed over without looking up either table.
+class KeyFilter {
+public:
+    void Add(const SzHash *pHash) noexcept
+    {
+        for (int i = 0; pHash != nullptr && i < pHash->nSlot; ++i) {
+            if (const char *key = pHash->rgSlot[i].pszKey) {
+                bits_.set(Hash(key));
+            }
+        }
+    }
+
+    // False when the line is no key line of any added key.
+    bool MayMatch(std::string_view line) const noexcept
+    {
+        const std::optional<std::string_view> key = velkc::LineKey(line);
+        return key && !key->empty() && bits_.test(Hash(*key));
+    }
+
+private:
+    static constexpr std::size_t kBits = 4096;
+
+    // The length and up to eight bytes at either end, mixed in constant
+    // time: keys that differ only deep inside share a bit, which costs a
+    // table lookup, never a wrong answer.
+    static std::size_t Hash(std::string_view key) noexcept
+    {
+        const std::size_t n = std::min<std::size_t>(key.size(), sizeof(std::uint64_t));
+        std::uint64_t head = 0;
+        std::uint64_t tail = 0;
+        std::memcpy(&head, key.data(), n);
+        std::memcpy(&tail, key.data() + key.size() - n, n);
+        const std::uint64_t mixed = (head * 0x9E3779B97F4A7C15u ^ tail ^ key.size()) * 0xC2B2AE3D27D4EB4Fu;
+        return static_cast<std::size_t>(mixed >> 52) % kBits;
+    }
+
+    std::bitset<kBits> bits_;
+};
 
 // Decides each line: a key to drop goes, a pending key's line is replaced by
 // its pair, anything else is copied. Handled keys leave their table, so
@@ -114,7 +159,11 @@ extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemo
     velkc::Rewrite rw(szFile);
     velkc::Status status = Begin(rw);
     if (status == velkc::kOk) {
-        status = rw.CopyLines(LineEditor(rw.out(), pending.get(), removing.get(), format));
+        KeyFilter filter;
+        filter.Add(pending.get());
+        filter.Add(removing.get());
+        status = rw.CopyLinesUnless([&filter](std::string_view line) { return filter.MayMatch(line); },
+                                    LineEditor(rw.out(), pending.get(), removing.get(), format));
     }
     if (status == velkc::kOk && VELKCSzHashPairNum(pending.get()) > 0) {
         status = rw.SeparateFromLastLine();

@@ -104,13 +104,32 @@ const char *LineReader::FindNewline(std::size_t from) const noexcept
     return from < end_ ? static_cast<const char *>(std::memchr(buf_ + from, '\n', end_ - from)) : nullptr;
 }
 
-bool LineReader::next()
+void LineReader::ReleaseLine() noexcept
 {
     if (line_ != nullptr) {
-        line_[size_] = saved_; // undo the previous line's terminator
+        line_[size_] = saved_; // undo the line's terminator
         line_ = nullptr;
     }
     size_ = 0;
+}
+
+// Only the line a match starts in can be a key line of the needle; a match
+// that runs on past its "\n" merely yields a line that fails the caller's
+// test.
+const char *LineReader::RunBefore(const char *pending, std::size_t count, std::string_view needle) noexcept
+{
+    const char *found = static_cast<const char *>(memmem(pending, count, needle.data(), needle.size()));
+    if (found == nullptr) {
+        const char *last = static_cast<const char *>(memrchr(pending, '\n', count));
+        return last != nullptr ? last + 1 : nullptr;
+    }
+    const char *newline = static_cast<const char *>(memrchr(pending, '\n', static_cast<std::size_t>(found - pending)));
+    return newline != nullptr ? newline + 1 : pending;
+}
+
+bool LineReader::next()
+{
+    ReleaseLine();
     if (error_ != kOk) {
         return false;
     }

@@ -17,6 +17,7 @@
 #include <velkc/file.h>
 
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace velkc {
@@ -40,6 +41,34 @@ public:
     // Reads the next line. False at the end of the file or on an error.
     bool next();
 
+    // Passes over the lines ahead that do not contain needle, so that next()
+    // reads the first that does (or the last line, unfinished, or reports
+    // the end or an error). The lines passed over go to each as runs of
+    // whole lines, "\n" kept, straight from the buffer; a failure of each
+    // stops the skipping and is returned.
+    template <typename Each>
+    Status skipLinesWithout(std::string_view needle, Each &&each)
+    {
+        return SkipRuns([needle](const char *pending, std::size_t count) { return RunBefore(pending, count, needle); },
+                        each);
+    }
+
+    // The same for the lines that mayMatch (called with a whole line, "\n"
+    // kept) rejects.
+    template <typename MayMatch, typename Each>
+    Status skipLinesUnless(MayMatch &&mayMatch, Each &&each)
+    {
+        return SkipRuns([&mayMatch](const char *pending, std::size_t count) { return RunBefore(pending, count, mayMatch); },
+                        each);
+    }
+
+    // next(), after passing over the lines that do not contain needle.
+    bool nextContaining(std::string_view needle)
+    {
+        skipLinesWithout(needle, [](std::string_view) { return kOk; });
+        return next();
+    }
+
     // The current line, NUL-terminated, its "\n" kept when it has one. The
     // buffer belongs to the reader and may be modified in place up to size().
     char *data() const noexcept { return line_; }
@@ -62,6 +91,53 @@ private:
     // an error (error_ set).
     bool fill();
     const char *FindNewline(std::size_t from) const noexcept;
+    // Puts back the byte that ends the line handed out last.
+    void ReleaseLine() noexcept;
+
+    // Where the whole lines at the start of pending that cannot matter end:
+    // before the first line holding needle, else after the last "\n". Null
+    // when neither exists.
+    static const char *RunBefore(const char *pending, std::size_t count, std::string_view needle) noexcept;
+
+    // The same before the first whole line that mayMatch accepts.
+    template <typename MayMatch>
+    static const char *RunBefore(const char *pending, std::size_t count, MayMatch &mayMatch)
+    {
+        const char *start = pending;
+        const char *end = pending + count;
+        while (const char *newline = static_cast<const char *>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)))) {
+            if (mayMatch(std::string_view(start, static_cast<std::size_t>(newline - start) + 1))) {
+                return start;
+            }
+            start = newline + 1;
+        }
+        return start != pending ? start : nullptr;
+    }
+
+    // Hands the runs that runBefore marks in the pending bytes to each,
+    // reading on while they end in an unfinished line.
+    template <typename RunEnd, typename Each>
+    Status SkipRuns(RunEnd &&runBefore, Each &&each)
+    {
+        ReleaseLine();
+        for (;;) {
+            const char *pending = buf_ + begin_;
+            const std::size_t count = end_ - begin_;
+            if (const char *stop = count > 0 ? runBefore(pending, count) : nullptr) {
+                if (stop == pending) {
+                    return kOk; // the next line may match
+                }
+                const std::size_t size = static_cast<std::size_t>(stop - pending);
+                begin_ += size;
+                unterminated_ = false;
+                if (Status status = each(std::string_view(pending, size))) {
+                    return status;
+                }
+            } else if (eof_ || !fill()) {
+                return kOk; // next() reads the last line or reports the end
+            }
+        }
+    }
 
     UniqueFd fd_;
     char *buf_ = nullptr;

@@ -12,6 +12,8 @@ namespace velkc {
 namespace {
 // Unchanged runs of lines reach the file in blocks of about this size.
 constexpr std::size_t kFlushSize = 64 * 1024;
+// Text this long goes to the file as it is, after what is buffered.
+constexpr std::size_t kDirectSize = 16 * 1024;
 } // namespace
 
 Output::~Output() { std::free(buf_); }
@@ -38,6 +40,12 @@ Status Output::Write(std::string_view text)
 {
     if (text.empty()) {
         return kOk; // nothing to copy, and the buffer may not exist yet
+    }
+    if (fd_ >= 0 && text.size() >= kDirectSize) {
+        if (Status status = Flush()) {
+            return status;
+        }
+        return WriteAll(fd_, text) ? kOk : Error();
     }
     if (Status status = Reserve(text.size())) {
         return status;

@@ -78,15 +78,23 @@ public:
     template <typename Decide>
     Status CopyLines(Decide &&decide)
     {
-        if (reader_.fd() < 0) {
-            return kOk; // no target: nothing to copy
-        }
-        while (reader_.next()) {
-            if (Status status = decide(static_cast<const LineReader &>(reader_))) {
-                return status;
-            }
-        }
-        return reader_.error();
+        return CopySkipping([](auto &) { return kOk; }, decide);
+    }
+
+    // The same for a decide that copies every line without needle as it is:
+    // those lines reach out() in runs, unseen by decide.
+    template <typename Decide>
+    Status CopyLinesContaining(std::string_view needle, Decide &&decide)
+    {
+        return CopySkipping([&](auto &copy) { return reader_.skipLinesWithout(needle, copy); }, decide);
+    }
+
+    // The same for the lines that mayMatch (see LineReader::skipLinesUnless)
+    // rejects.
+    template <typename MayMatch, typename Decide>
+    Status CopyLinesUnless(MayMatch &&mayMatch, Decide &&decide)
+    {
+        return CopySkipping([&](auto &copy) { return reader_.skipLinesUnless(mayMatch, copy); }, decide);
     }
 
     // Copies every line but the one at index, which replace is handed to
@@ -132,6 +140,27 @@ public:
 
 private:
     Status StartTemp(mode_t mode);
+
+    // Copies what skip passes over, hands the other lines to decide.
+    template <typename Skip, typename Decide>
+    Status CopySkipping(Skip &&skip, Decide &&decide)
+    {
+        if (reader_.fd() < 0) {
+            return kOk; // no target: nothing to copy
+        }
+        const auto copy = [this](std::string_view run) { return out_.Write(run); };
+        for (;;) {
+            if (Status status = skip(copy)) {
+                return status;
+            }
+            if (!reader_.next()) {
+                return reader_.error();
+            }
+            if (Status status = decide(static_cast<const LineReader &>(reader_))) {
+                return status;
+            }
+        }
+    }
 
     template <typename Fill>
     Status CreateWith(Fill &&fill)
