@@ -1,7 +1,7 @@
 // Console reporter that also prints, after the run, the time of each
 // library benchmark divided by the time of its peer (CPU time: the machine
-// may be shared). A pair is named
-// "<area>/lib/<case>" and "<area>/peer/<case>".
+// may be shared) as "RATIO <name> <value> -" lines (see CMakeLists.txt). A
+// pair is named "<area>/lib/<case>" and "<area>/peer/<case>".
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -23,7 +23,6 @@ public:
     void Finalize() override
     {
         ConsoleReporter::Finalize();
-        std::printf("\n%-50s %10s\n", "case (library / peer)", "ratio");
         for (const auto &[name, time] : times_) {
             const auto at = name.find("/lib/");
             if (at == std::string::npos) {
@@ -32,7 +31,7 @@ public:
             std::string peer = name;
             peer.replace(at, 5, "/peer/");
             if (const auto it = times_.find(peer); it != times_.end() && it->second > 0) {
-                std::printf("%-50s %9.2fx\n", name.c_str(), time / it->second);
+                std::printf("RATIO %s %.2f -\n", name.c_str(), time / it->second);
             }
         }
     }
