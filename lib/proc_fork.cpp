@@ -6,6 +6,7 @@
 // the parent before the fork.
 #include "internal.hpp"
 #include "file/lock_table.hpp"
+#include "proc_child.hpp"
 
 #include <velkc/proc.h>
 
@@ -24,30 +25,6 @@ namespace {
 // The log position of a failed second fork, fixed so that log watchers can
 // match it.
 constexpr int kDaemonForkFailureLine = 83;
-
-// The environment of a child that keeps only PATH, in one block: the null-
-// terminated pointer array, then "PATH=..." if PATH is set. The parent frees
-// it; the child adopts it as its environment.
-velkc::MallocPtr<char *> BuildPathOnlyEnvironment()
-{
-    constexpr char kPrefix[] = "PATH=";
-    const char *path = std::getenv("PATH");
-    const std::size_t nPointers = path != nullptr ? 2 : 1;
-    const std::size_t cbEntry = path != nullptr ? sizeof kPrefix + std::strlen(path) : 0;
-    velkc::MallocPtr<char *> block(static_cast<char **>(std::malloc(nPointers * sizeof(char *) + cbEntry)));
-    if (!block) {
-        return block;
-    }
-    char **vector = block.get();
-    vector[nPointers - 1] = nullptr;
-    if (path != nullptr) {
-        char *entry = reinterpret_cast<char *>(vector + nPointers);
-        std::memcpy(entry, kPrefix, sizeof kPrefix - 1);
-        std::memcpy(entry + sizeof kPrefix - 1, path, cbEntry - (sizeof kPrefix - 1));
-        vector[0] = entry;
-    }
-    return block;
-}
 
 // A log line built in a fixed buffer, without the allocator, locale or
 // stdio, so that a forked child can write it.
@@ -111,34 +88,6 @@ void LogDaemonForkFailure(int err)
     SendToSystemLog(line << "]");
 }
 
-void RedirectStdioToNull()
-{
-    const int fd = open("/dev/null", O_RDWR);
-    if (fd < 0) {
-        return; // keep the inherited descriptors
-    }
-    dup2(fd, STDIN_FILENO);
-    dup2(fd, STDOUT_FILENO);
-    dup2(fd, STDERR_FILENO);
-    if (fd > STDERR_FILENO) {
-        close(fd);
-    }
-}
-
-void CloseDescriptorsFrom3()
-{
-    const long openMax = sysconf(_SC_OPEN_MAX);
-    if (openMax <= 3) {
-        return;
-    }
-    // close_range does in one call what a loop over every number would.
-    if (close_range(3, static_cast<unsigned>(openMax - 1), 0) != 0) {
-        for (long fd = 3; fd < openMax; ++fd) {
-            close(static_cast<int>(fd));
-        }
-    }
-}
-
 // Forks again so that the caller's child is not the process that goes on.
 // The child has a single thread, so the locks fork itself takes are free.
 void Daemonize()
@@ -168,10 +117,10 @@ void PrepareChild(int flags, velkc::MallocPtr<char *> environment)
         velkc::ResetLockTableInChild();
     }
     if (flags & FORK_FLAG_NULL_STDIO) {
-        RedirectStdioToNull();
+        velkc::RedirectStdioToNull();
     }
     if (flags & FORK_FLAG_CLOSE_FDS) {
-        CloseDescriptorsFrom3();
+        velkc::CloseDescriptorsFrom3(sysconf(_SC_OPEN_MAX));
     }
     if (flags & FORK_FLAG_DAEMON) {
         Daemonize();
@@ -202,11 +151,32 @@ int WaitIntermediateChild(pid_t pid)
 
 } // namespace
 
+velkc::MallocPtr<char *> velkc::BuildPathOnlyEnvironment()
+{
+    constexpr char kPrefix[] = "PATH=";
+    const char *path = std::getenv("PATH");
+    const std::size_t nPointers = path != nullptr ? 2 : 1;
+    const std::size_t cbEntry = path != nullptr ? sizeof kPrefix + std::strlen(path) : 0;
+    velkc::MallocPtr<char *> block(static_cast<char **>(std::malloc(nPointers * sizeof(char *) + cbEntry)));
+    if (!block) {
+        return block;
+    }
+    char **vector = block.get();
+    vector[nPointers - 1] = nullptr;
+    if (path != nullptr) {
+        char *entry = reinterpret_cast<char *>(vector + nPointers);
+        std::memcpy(entry, kPrefix, sizeof kPrefix - 1);
+        std::memcpy(entry + sizeof kPrefix - 1, path, cbEntry - (sizeof kPrefix - 1));
+        vector[0] = entry;
+    }
+    return block;
+}
+
 extern "C" int VELKCProcForkEx(int flags) noexcept
 {
     velkc::MallocPtr<char *> environment;
     if (flags & FORK_FLAG_CLEAR_ENV) {
-        environment = BuildPathOnlyEnvironment();
+        environment = velkc::BuildPathOnlyEnvironment();
         if (!environment) {
             VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
             return -1;

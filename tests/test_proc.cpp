@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <string>
+#include <thread>
+#include <vector>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -90,6 +92,120 @@ TEST(Execl, NoChildWaitIsLiftedAndRestored)
 
     action.sa_flags = 0;
     sigaction(SIGCHLD, &action, nullptr);
+}
+
+// What the program finds at its start, one bit per property: the exit
+// status is the set of properties that hold. $1 is a lock file descriptor.
+constexpr char kObserveStart[] =
+    "s=0; "
+    "[ \"$(nice)\" = 0 ] && s=$((s|1)); "
+    "[ \"$(tr '\\0' '\\n' </proc/$$/environ)\" = \"PATH=$PATH\" ] && s=$((s|2)); "
+    "[ /proc/$$/fd/0 -ef /dev/null ] && [ /proc/$$/fd/1 -ef /dev/null ] && [ /proc/$$/fd/2 -ef /dev/null ] && "
+    "s=$((s|4)); "
+    "[ -e /proc/$$/fd/9 ] && s=$((s|8)); "
+    "[ -e /proc/$$/fd/$1 ] && s=$((s|16)); "
+    "read -r pid comm state ppid pgrp sid rest </proc/$$/stat; [ \"$sid\" = $$ ] && s=$((s|32)); "
+    "[ \"$(pwd -P)\" = / ] && s=$((s|64)); "
+    "exit $s";
+
+bool StdioIsNullHere()
+{
+    struct stat null {};
+    stat("/dev/null", &null);
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        struct stat st {};
+        if (fstat(fd, &st) != 0 || st.st_rdev != null.st_rdev || !S_ISCHR(st.st_mode)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The properties kObserveStart should find after a start with flags, from a
+// caller at nice 5 that holds a lock file and descriptor 9 open and has an
+// extra environment variable.
+int ExpectedStart(int flags)
+{
+    int expected = 0;
+    if ((flags & FORK_FLAG_RESET_PRIORITY) && geteuid() == 0) {
+        expected |= 1; // lowering the nice value needs privilege
+    }
+    if (flags & FORK_FLAG_CLEAR_ENV) {
+        expected |= 2;
+    }
+    if ((flags & FORK_FLAG_NULL_STDIO) || StdioIsNullHere()) {
+        expected |= 4;
+    }
+    if (!(flags & FORK_FLAG_CLOSE_FDS)) {
+        expected |= 8;
+    }
+    if (flags & FORK_FLAG_SETSID) {
+        expected |= 32;
+    }
+    if ((flags & FORK_FLAG_CHDIR_ROOT) || std::filesystem::current_path() == "/") {
+        expected |= 64;
+    }
+    return expected; // lock files never reach the program
+}
+
+TEST(Execl, PreparesTheProgramsStartAsFlagged)
+{
+    ASSERT_EQ(setpriority(PRIO_PROCESS, 0, 5), 0);
+    setenv("VELKC_TEST_MARKER", "1", 1);
+    const int extra = open("/dev/null", O_RDONLY);
+    ASSERT_EQ(dup2(extra, 9), 9);
+    auto *table = static_cast<VELKCFileLock *>(VELKCFileLockTableGet());
+    ASSERT_NE(table, nullptr);
+    table[2].pFile = std::fopen("/dev/null", "r");
+    const std::string lockFd = std::to_string(fileno(table[2].pFile));
+    sigset_t usr1, before, after;
+    sigemptyset(&usr1);
+    sigaddset(&usr1, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &usr1, &before);
+
+    constexpr int kAll = FORK_FLAG_RESET_PRIORITY | FORK_FLAG_CLEAR_ENV | FORK_FLAG_CLOSE_LOCKS |
+                         FORK_FLAG_NULL_STDIO | FORK_FLAG_CLOSE_FDS | FORK_FLAG_SETSID | FORK_FLAG_CHDIR_ROOT;
+    for (int flags : {0, kAll, 0xBB, int{FORK_FLAG_RESET_PRIORITY}, int{FORK_FLAG_CLEAR_ENV},
+                      int{FORK_FLAG_CLOSE_LOCKS}, int{FORK_FLAG_NULL_STDIO}, int{FORK_FLAG_CLOSE_FDS},
+                      int{FORK_FLAG_SETSID}, int{FORK_FLAG_CHDIR_ROOT}}) {
+        EXPECT_EQ(VELKCExecl("/bin/sh", flags, "-c", kObserveStart, "sh", lockFd.c_str(), nullptr),
+                  ExpectedStart(flags))
+            << "flags " << flags;
+    }
+    // The program starts with the caller's signal mask (the shell would reset it).
+    EXPECT_EQ(VELKCExecl("/bin/grep", 0, "-q", "^SigBlk:[[:space:]]*0*200$", "/proc/self/status", nullptr), 0);
+
+    // The caller keeps its signal mask, lock file and descriptors.
+    pthread_sigmask(SIG_SETMASK, &before, &after);
+    EXPECT_TRUE(sigismember(&after, SIGUSR1));
+    EXPECT_EQ(sigismember(&after, SIGTERM), sigismember(&before, SIGTERM));
+    EXPECT_NE(fcntl(fileno(table[2].pFile), F_GETFD), -1);
+    EXPECT_EQ(VELKCFileCloseLock(), 0);
+    close(9);
+    close(extra);
+    unsetenv("VELKC_TEST_MARKER");
+    setpriority(PRIO_PROCESS, 0, 0);
+}
+
+TEST(Execl, DaemonStartReportsNoStatus)
+{
+    EXPECT_EQ(VELKCExecl("/bin/true", FORK_FLAG_DAEMON, nullptr), 0);
+}
+
+TEST(Execl, ConcurrentCallersEachGetTheirStatus)
+{
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 3; ++t) {
+        threads.emplace_back([t] {
+            const std::string script = "exit " + std::to_string(t + 1);
+            for (int i = 0; i < 10; ++i) {
+                EXPECT_EQ(VELKCExecl("/bin/sh", FORK_FLAG_CLEAR_ENV, "-c", script.c_str(), nullptr), t + 1);
+            }
+        });
+    }
+    for (auto &thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(Exec, RunsWithTheStandardPreparations)

@@ -99,6 +99,19 @@ void velkc::ResetLockTableInChild() noexcept
     }
 }
 
+int velkc::LockTableFds(int (&fds)[kLockTableLive]) noexcept
+{
+    int n = 0;
+    if (const auto *table = static_cast<const VELKCFileLock *>(pthread_getspecific(gLockTableKey))) {
+        for (int i = 0; i < kLockTableLive; ++i) {
+            if (table[i].pFile != nullptr) {
+                fds[n++] = fileno(table[i].pFile);
+            }
+        }
+    }
+    return n;
+}
+
 extern "C" void *VELKCFileLockTableGet(void) noexcept
 {
     if (void *table = pthread_getspecific(gLockTableKey)) {

@@ -15,4 +15,9 @@ inline constexpr int kLockTableSize = kLockTableLive + 1;
 // no lock.
 void ResetLockTableInChild() noexcept;
 
+// The descriptors of the calling thread's open lock files, for a child that
+// shares the caller's memory and so must close them without touching the
+// table. Returns how many were stored.
+int LockTableFds(int (&fds)[kLockTableLive]) noexcept;
+
 } // namespace velkc
