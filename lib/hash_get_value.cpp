@@ -3,6 +3,9 @@
 
 extern "C" char *VELKCSzHashGetValue(const SzHash *pHash, const char *szKey) noexcept
 {
-    const int idx = VELKCGetLookDict(pHash, szKey);
+    if (pHash == nullptr || szKey == nullptr) {
+        return nullptr;
+    }
+    const int idx = velkc::hash::FindSlot(pHash, szKey, velkc::hash::HashKey(szKey));
     return idx < 0 ? nullptr : pHash->rgSlot[idx].pszVal;
 }

@@ -9,18 +9,32 @@ using namespace velkc::hash;
 
 // Copies key and value into the string area, key first, and makes slot idx
 // live with them. The caller has checked that cbKey + cbVal bytes are free.
-void WritePair(SzHash *pHash, const char *szKey, int cbKey, const char *szValue, int cbVal, int idx) noexcept
+void WritePair(SzHash *pHash, const char *szKey, const KeyHash &kh, int cbKey, const char *szValue, int cbVal,
+               int idx) noexcept
 {
     SzHashSlot &slot = pHash->rgSlot[idx];
+    const bool wasLive = slot.pszKey != nullptr;
     slot.pszKey = StoreString(pHash, szKey, cbKey);
     slot.pszVal = StoreString(pHash, szValue, cbVal);
     ++pHash->nPair;
+    IndexKey(pHash, idx, kh, wasLive);
 }
 
 // Bytes of a key and value pair, or -1 if a block could not hold them.
 int PairSize(int cbKey, int cbVal) noexcept
 {
     return (cbKey < 0 || cbVal < 0 || cbKey > INT_MAX - cbVal) ? -1 : cbKey + cbVal;
+}
+
+// Writes the pair into slot idx if its bytes fit in the free space.
+void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int idx) noexcept
+{
+    const int cbKey = StoredSize(szKey);
+    const int cbVal = StoredSize(szValue);
+    const int cbNeed = PairSize(cbKey, cbVal);
+    if (cbNeed >= 0 && cbNeed <= pHash->cbFree) {
+        WritePair(pHash, szKey, kh, cbKey, szValue, cbVal, idx);
+    }
 }
 
 // The string area of a grown table: the whole capacity averaged over the
@@ -38,11 +52,11 @@ long long GrownSpace(const SzHash *pHash, int cbNeed) noexcept
 // *pIdx is looked up again for szKey in the new block; -1 there cannot
 // happen (a grown table has free slots), but the new block is returned all
 // the same so that the caller's handle never points at the freed one.
-SzHash *Reserve(SzHash *pHash, const char *szKey, int cbNeed, int *pIdx) noexcept
+SzHash *Reserve(SzHash *pHash, const char *szKey, const KeyHash &kh, int cbNeed, int *pIdx) noexcept
 {
     SzHash *pNew = VELKCICheckSpace(pHash, cbNeed);
     if (pNew != nullptr && pNew != pHash) {
-        *pIdx = VELKCSetLookDict(pNew, szKey);
+        *pIdx = SlotForWrite(pNew, szKey, kh);
     }
     return pNew;
 }
@@ -50,6 +64,41 @@ SzHash *Reserve(SzHash *pHash, const char *szKey, int cbNeed, int *pIdx) noexcep
 bool ValidSlot(const SzHash *pHash, int idx) noexcept { return idx >= 0 && idx < pHash->nSlot; }
 
 } // namespace
+
+namespace velkc::hash {
+
+SzHash *AddPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int *pIdx,
+                bool fTrustedIdx) noexcept
+{
+    const int cbKey = StoredSize(szKey);
+    const int cbVal = StoredSize(szValue);
+    SzHash *pNew = Reserve(pHash, szKey, kh, PairSize(cbKey, cbVal), pIdx);
+    if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
+        if (pNew == pHash && !fTrustedIdx) {
+            CheckPlacement(pNew, szKey, kh, *pIdx);
+        }
+        WritePair(pNew, szKey, kh, cbKey, szValue, cbVal, *pIdx);
+    }
+    return pNew;
+}
+
+SzHash *UpdateValue(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int *pIdx) noexcept
+{
+    char *pszOld = pHash->rgSlot[*pIdx].pszVal;
+    const std::size_t cchNew = std::strlen(szValue);
+    if (cchNew <= std::strlen(pszOld)) {
+        std::memmove(pszOld, szValue, cchNew + 1);
+        return pHash;
+    }
+    const int cbNeed = StoredSize(szValue);
+    SzHash *pNew = Reserve(pHash, szKey, kh, cbNeed, pIdx);
+    if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
+        pNew->rgSlot[*pIdx].pszVal = StoreString(pNew, szValue, cbNeed);
+    }
+    return pNew;
+}
+
+} // namespace velkc::hash
 
 // Like the public functions other than VELKCSzHashPairNum, these report
 // null or unusable arguments by their result alone, without an error.
@@ -100,8 +149,8 @@ void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst) noexcept
     if (pSrc == nullptr || pDst == nullptr) {
         return;
     }
-    Rehash(pSrc, pDst, [](SzHash *pHash, const SzHashSlot &slot, int idx) {
-        VELKCInsertPair(pHash, slot.pszKey, slot.pszVal, idx);
+    Rehash(pSrc, pDst, [](SzHash *pHash, const SzHashSlot &slot, int idx, const KeyHash &kh) {
+        PutPair(pHash, slot.pszKey, kh, slot.pszVal, idx);
     });
 }
 
@@ -110,13 +159,7 @@ SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr) {
         return nullptr;
     }
-    const int cbKey = StoredSize(szKey);
-    const int cbVal = StoredSize(szValue);
-    SzHash *pNew = Reserve(pHash, szKey, PairSize(cbKey, cbVal), pIdx);
-    if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
-        WritePair(pNew, szKey, cbKey, szValue, cbVal, *pIdx);
-    }
-    return pNew;
+    return AddPair(pHash, szKey, HashKey(szKey), szValue, pIdx, false);
 }
 
 // A pair that does not fit in the free bytes, or an index outside the
@@ -126,12 +169,9 @@ void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int 
     if (pHash == nullptr || szKey == nullptr || szValue == nullptr || !ValidSlot(pHash, idx)) {
         return;
     }
-    const int cbKey = StoredSize(szKey);
-    const int cbVal = StoredSize(szValue);
-    const int cbNeed = PairSize(cbKey, cbVal);
-    if (cbNeed >= 0 && cbNeed <= pHash->cbFree) {
-        WritePair(pHash, szKey, cbKey, szValue, cbVal, idx);
-    }
+    const KeyHash kh = HashKey(szKey);
+    CheckPlacement(pHash, szKey, kh, idx);
+    PutPair(pHash, szKey, kh, szValue, idx);
 }
 
 // A value no longer than the current one overwrites it in place; a longer
@@ -142,18 +182,7 @@ SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szVa
         !ValidSlot(pHash, *pIdx) || pHash->rgSlot[*pIdx].pszKey == nullptr) {
         return nullptr;
     }
-    char *pszOld = pHash->rgSlot[*pIdx].pszVal;
-    const std::size_t cchNew = std::strlen(szValue);
-    if (cchNew <= std::strlen(pszOld)) {
-        std::memmove(pszOld, szValue, cchNew + 1);
-        return pHash;
-    }
-    const int cbNeed = StoredSize(szValue);
-    SzHash *pNew = Reserve(pHash, szKey, cbNeed, pIdx);
-    if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
-        pNew->rgSlot[*pIdx].pszVal = StoreString(pNew, szValue, cbNeed);
-    }
-    return pNew;
+    return UpdateValue(pHash, szKey, HashKey(szKey), szValue, pIdx);
 }
 
 } // extern "C"

@@ -12,6 +12,7 @@ extern "C" void VELKCHashRemoveAll(SzHash *pHash) noexcept
         slot.pszKey = nullptr;
         return true;
     });
+    velkc::hash::ClearIndex(pHash);
     pHash->nPair = 0;
     pHash->cbFree = pHash->cbSpace;
     pHash->pchNext = velkc::hash::StringArea(pHash);

@@ -5,12 +5,15 @@
 // until the table next changes.
 extern "C" char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey) noexcept
 {
-    const int idx = VELKCGetLookDict(pHash, szKey);
+    if (pHash == nullptr || szKey == nullptr) {
+        return nullptr;
+    }
+    const velkc::hash::KeyHash kh = velkc::hash::HashKey(szKey);
+    const int idx = velkc::hash::FindSlot(pHash, szKey, kh);
     if (idx < 0) {
         return nullptr;
     }
-    SzHashSlot &slot = pHash->rgSlot[idx];
-    slot.pszKey = nullptr;
+    velkc::hash::DropKey(pHash, idx, kh);
     --pHash->nPair;
-    return slot.pszVal;
+    return pHash->rgSlot[idx].pszVal;
 }

@@ -36,13 +36,14 @@ extern "C" int VELKCSzHashSetValue(SzHash **ppHash, const char *szKey, const cha
     if (!Detach(pHash, szKey, keyCopy) || !Detach(pHash, szValue, valueCopy)) {
         return -1;
     }
-    int idx = VELKCSetLookDict(pHash, szKey);
+    const velkc::hash::KeyHash kh = velkc::hash::HashKey(szKey);
+    int idx = velkc::hash::SlotForWrite(pHash, szKey, kh);
     if (idx < 0) {
         return -1;
     }
     const bool exists = pHash->rgSlot[idx].pszKey != nullptr;
-    SzHash *pNew = exists ? VELKCVELKIUpdateValue(pHash, szKey, szValue, &idx)
-                          : VELKCInsertNewPair(pHash, szKey, szValue, &idx);
+    SzHash *pNew = exists ? velkc::hash::UpdateValue(pHash, szKey, kh, szValue, &idx)
+                          : velkc::hash::AddPair(pHash, szKey, kh, szValue, &idx, true);
     if (pNew == nullptr) {
         return -1; // the old table is intact
     }

@@ -11,12 +11,13 @@ using namespace velkc::hash;
 
 // Makes slot idx live with a copy of the item. The caller has made sure
 // that cb bytes are free.
-void PutItem(SzHashSet *pSet, const char *szItem, int cb, int idx) noexcept
+void PutItem(SzHashSet *pSet, const char *szItem, const KeyHash &kh, int cb, int idx) noexcept
 {
     SzHashSetSlot &slot = pSet->rgSlot[idx];
     slot.pszKey = StoreString(pSet, szItem, cb);
     slot.fUsed = 1;
     ++pSet->nItem;
+    IndexKey(pSet, idx, kh, false);
 }
 
 // Equality counts as too little space: the area's last byte is never
@@ -52,8 +53,8 @@ SzHashSet *Rebuild(const SzHashSet *pSet, int cbItem) noexcept
     }
     SzHashSet *pNew = VELKCSzHashSetAllocator(static_cast<int>(nSlot), static_cast<int>(cbSpace));
     if (pNew != nullptr) {
-        Rehash(pSet, pNew, [](SzHashSet *pDst, const SzHashSetSlot &slot, int idx) {
-            PutItem(pDst, slot.pszKey, StoredSize(slot.pszKey), idx);
+        Rehash(pSet, pNew, [](SzHashSet *pDst, const SzHashSetSlot &slot, int idx, const KeyHash &kh) {
+            PutItem(pDst, slot.pszKey, kh, StoredSize(slot.pszKey), idx);
         });
     }
     return pNew;
@@ -83,12 +84,13 @@ extern "C" int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem) noexcept
         pOld.reset(pSet);
         pSet = *ppSet = pNew;
     }
-    const int idx = VELKCSzHashSetLookDict(pSet, szItem);
+    const KeyHash kh = HashKey(szItem);
+    const int idx = SlotForWrite(pSet, szItem, kh);
     if (idx < 0) {
         return -1;
     }
     if (pSet->rgSlot[idx].pszKey == nullptr) {
-        PutItem(pSet, szItem, cbItem, idx);
+        PutItem(pSet, szItem, kh, cbItem, idx);
     }
     return 0;
 }

@@ -1,8 +1,10 @@
 // VELKCSzHashSetContains: 1 if the item is in the set, else 0.
-#include <velkc/hashset.h>
+#include "hash_internal.hpp"
 
 extern "C" int VELKCSzHashSetContains(const SzHashSet *pSet, const char *szItem) noexcept
 {
-    const int idx = VELKCSzHashSetLookDict(pSet, szItem);
-    return idx >= 0 && pSet->rgSlot[idx].pszKey != nullptr ? 1 : 0;
+    if (pSet == nullptr || szItem == nullptr) {
+        return 0;
+    }
+    return velkc::hash::FindSlot(pSet, szItem, velkc::hash::HashKey(szItem)) >= 0 ? 1 : 0;
 }

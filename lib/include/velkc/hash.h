@@ -12,7 +12,9 @@ typedef struct SzHashSlot {
     char *pszVal;
 } SzHashSlot;
 
-/* One block: this header, nSlot slots, then cbSpace bytes of strings. */
+/* One block: this header, nSlot slots, then cbSpace bytes of strings,
+ * then a private index of the slots. Slots are read-only to callers: only
+ * the functions below write them, and they keep the index in step. */
 typedef struct SzHash {
     int cbSpace;         /* capacity of the string area */
     int cbFree;          /* bytes of the string area not yet handed out */
