@@ -82,9 +82,18 @@ Pair NsPerOp(size_t nOps, const Side &lib, const Side &peer)
     return best;
 }
 
+// The RATIO line that scripts/bench collects: the row's text without blanks.
+void RatioLine(std::string what, double ratio)
+{
+    std::replace(what.begin(), what.end(), ' ', '_');
+    std::replace(what.begin(), what.end(), ',', '_');
+    std::printf("RATIO %s %.2f -\n", what.c_str(), ratio);
+}
+
 void Row(const std::string &what, Pair t)
 {
     std::printf("%-44s %10.1f %10.1f %8.2fx\n", what.c_str(), t.lib, t.peer, t.lib / t.peer);
+    RatioLine(what, t.lib / t.peer);
 }
 
 struct Data {
@@ -223,8 +232,9 @@ void MemoryRow(const Keys &keys)
         }
         peer = HeapBytes() - base2;
     }
-    std::printf("%-44s %9.2fM %9.2fM %8.2fx\n", "SzHash memory, 100k patterned pairs", lib / 1e6, peer / 1e6,
-                static_cast<double>(lib) / static_cast<double>(peer));
+    const double ratio = static_cast<double>(lib) / static_cast<double>(peer);
+    std::printf("%-44s %9.2fM %9.2fM %8.2fx\n", "SzHash memory, 100k patterned pairs", lib / 1e6, peer / 1e6, ratio);
+    RatioLine("SzHash memory, 100k patterned pairs", ratio);
 }
 
 } // namespace
