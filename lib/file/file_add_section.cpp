@@ -27,8 +27,7 @@ extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, co
 {
     // Refused whether or not the section exists, so that bad input never
     // depends on the file's content.
-    if (szFile == nullptr || szSection == nullptr || pHash == nullptr || !velkc::IsSafeValue(szSection) ||
-        !velkc::SafePairs(pHash)) {
+    if (szFile == nullptr || szSection == nullptr || pHash == nullptr || !velkc::SafeSection(szSection, pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }

@@ -14,7 +14,7 @@ extern "C" int VELKCIFileModifySection(const char *szFile, const char *szSection
     const char *newName = szNewSection != nullptr ? szNewSection : szSection;
     // A replacement that would change the file's structure is refused before
     // the file is looked at.
-    if (replace && (!velkc::IsSafeValue(newName) || !velkc::SafePairs(pHash))) {
+    if (replace && !velkc::SafeSection(newName, pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }

@@ -70,15 +70,20 @@ Status Output::Terminated(std::string_view text)
 
 Status Output::Pair(const char *format, const char *key, const char *value)
 {
-    const int length = std::snprintf(nullptr, 0, format, key, value);
+    // Printed straight into the room left; only a pair that does not fit
+    // (with the NUL snprintf always writes) is printed again once there is.
+    const std::size_t room = capacity_ - size_;
+    const int length = std::snprintf(room != 0 ? buf_ + size_ : nullptr, room, format, key, value);
     if (length < 0) {
         return ERR_WRITE_FAILED;
     }
-    // One byte more for the NUL that snprintf always writes.
-    if (Status status = Reserve(static_cast<std::size_t>(length) + 1)) {
-        return status;
+    const auto needed = static_cast<std::size_t>(length) + 1;
+    if (needed > room) {
+        if (Status status = Reserve(needed)) {
+            return status;
+        }
+        std::snprintf(buf_ + size_, needed, format, key, value);
     }
-    std::snprintf(buf_ + size_, static_cast<std::size_t>(length) + 1, format, key, value);
     size_ += static_cast<std::size_t>(length);
     if (!std::string_view(format).ends_with('\n')) {
         return Write("\n");

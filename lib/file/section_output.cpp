@@ -18,9 +18,14 @@ bool SafePairs(const SzHash *hash) noexcept
     return true;
 }
 
+bool SafeSection(const char *name, const SzHash *hash) noexcept
+{
+    return (name == nullptr || IsSafeValue(name)) && SafePairs(hash);
+}
+
 Status WriteSection(Output &out, const char *name, const SzHash *hash, const char *format)
 {
-    if (!VELKCIFileCheckFormat(format) || (name != nullptr && !IsSafeValue(name)) || !SafePairs(hash)) {
+    if (!VELKCIFileCheckFormat(format) || !SafeSection(name, hash)) {
         return ERR_BAD_PARAMETERS;
     }
     if (name != nullptr) {

@@ -15,10 +15,13 @@ inline constexpr const char *kDefaultPairFormat = "%s=%s\n";
 // structure (see IsSafeKey and IsSafeValue). A null hash has no pairs.
 bool SafePairs(const SzHash *hash) noexcept;
 
+// SafePairs, and a name (when given) without a line break.
+bool SafeSection(const char *name, const SzHash *hash) noexcept;
+
 // Writes "[name]\n" when name is given, then every pair of hash, in the
 // table's slot order, with format (default "%s=%s\n"). A format that
-// VELKCIFileCheckFormat refuses, a name with a line break or a pair that
-// SafePairs refuses is ERR_BAD_PARAMETERS, with nothing written.
+// VELKCIFileCheckFormat refuses, or a section that SafeSection refuses, is
+// ERR_BAD_PARAMETERS, with nothing written.
 Status WriteSection(Output &out, const char *name, const SzHash *hash, const char *format);
 
 } // namespace velkc
