@@ -4,6 +4,7 @@
 
 #include <velkc.h>
 
+#include <cstring>
 #include <string>
 #include <unicode/ucol.h>
 
@@ -59,6 +60,17 @@ void BM_Peer(benchmark::State &state)
     Label(state);
 }
 
+// The least a compare that must reject malformed text anywhere in either
+// string can do: read both strings whole.
+void BM_Limit(benchmark::State &state)
+{
+    const auto [a, b] = Operands(state);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(std::strlen(a.c_str()) + std::strlen(b.c_str()));
+    }
+    Label(state);
+}
+
 // Arguments: bytes, mixed (0/1), differ early (0/1).
 void Cases(benchmark::internal::Benchmark *b)
 {
@@ -73,6 +85,7 @@ void Cases(benchmark::internal::Benchmark *b)
 
 BENCHMARK(BM_Lib)->Name("CaseCmp/lib")->Apply(Cases);
 BENCHMARK(BM_Peer)->Name("CaseCmp/peer")->Apply(Cases);
+BENCHMARK(BM_Limit)->Name("CaseCmp/limit")->Apply(Cases);
 
 } // namespace
 

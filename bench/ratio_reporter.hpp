@@ -1,7 +1,9 @@
 // Console reporter that also prints, after the run, the time of each
 // library benchmark divided by the time of its peer (CPU time: the machine
-// may be shared) as "RATIO <name> <value> -" lines (see CMakeLists.txt). A
-// pair is named "<area>/lib/<case>" and "<area>/peer/<case>".
+// may be shared) as "RATIO <name> <value> -" lines (see README.md). A pair
+// is named "<area>/lib/<case>" and "<area>/peer/<case>". Where a physical
+// limit "<area>/limit/<case>" is measured too, the ratio to it follows as
+// "RATIO <name>@limit <value> -".
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -28,10 +30,13 @@ public:
             if (at == std::string::npos) {
                 continue;
             }
-            std::string peer = name;
-            peer.replace(at, 5, "/peer/");
-            if (const auto it = times_.find(peer); it != times_.end() && it->second > 0) {
-                std::printf("RATIO %s %.2f -\n", name.c_str(), time / it->second);
+            for (const char *pszOther : {"peer", "limit"}) {
+                std::string other = name;
+                other.replace(at, 5, std::string("/") + pszOther + "/");
+                if (const auto it = times_.find(other); it != times_.end() && it->second > 0) {
+                    std::printf("RATIO %s%s %.2f -\n", name.c_str(), *pszOther == 'l' ? "@limit" : "",
+                                time / it->second);
+                }
             }
         }
     }

@@ -32,8 +32,9 @@ auto WithIcu(Call call) noexcept
     return call();
 }
 
-// What one pass over a NUL-terminated string learns: its length, whether it
-// is all ASCII, and whether it is well-formed UTF-8 (as u_strFromUTF8 judges).
+// What one pass over a NUL-terminated string learns: whether it is
+// well-formed UTF-8 (as u_strFromUTF8 judges), and if so its length and
+// whether it is all ASCII.
 struct Utf8Scan {
     std::size_t cb = 0;
     bool ascii = true;

@@ -4,6 +4,8 @@
 #include <velkc/unicode.h>
 #include <velkc/unicode_icu.h>
 
+#include <cstring>
+
 // Case is removed by a full upper-case mapping of both strings; the root
 // collator then orders the upper-cased forms. Either string being malformed
 // fails the comparison, wherever the malformed bytes are, so both are
@@ -22,16 +24,22 @@ extern "C" VELKC_API int VELKCUnicodeUTF8StrCaseCmp(const char *szA, const char 
     }
     using namespace velkc::unicode;
     const Utf8Scan scanA = ScanUtf8(szA);
+    if (!scanA.valid) {
+        VELKC_SET_ERR(ERR_UNICODE_FAILED);
+        return -2;
+    }
+    // Identical text needs no second check. Most texts that differ do so
+    // in their first byte, where the look costs least.
+    if (szA[0] == szB[0] && std::strcmp(szA, szB) == 0) {
+        return 0;
+    }
     const Utf8Scan scanB = ScanUtf8(szB);
-    if (!scanA.valid || !scanB.valid) {
+    if (!scanB.valid) {
         VELKC_SET_ERR(ERR_UNICODE_FAILED);
         return -2;
     }
     const std::string_view a(szA, scanA.cb);
     const std::string_view b(szB, scanB.cb);
-    if (a == b) {
-        return 0;
-    }
     if (scanA.ascii && scanB.ascii) {
         if (const int r = CompareAsciiUpper(pColl, a, b); r != kNoDecision) {
             return r;

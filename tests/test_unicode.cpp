@@ -194,6 +194,46 @@ TEST(Unicode, CaseCmpOfRandomTextMatchesTheCollator)
     }
 }
 
+// Every byte as a lead, followed by up to three bytes from each class the
+// well-formedness rules tell apart, at places that cross the check's block
+// boundaries and at the end of the text: the comparison fails exactly when
+// the converter rejects the text.
+TEST(Unicode, CaseCmpJudgesTextAsTheConverterDoes)
+{
+    const unsigned char follows[] = {0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
+                                     0xC2, 0xDF, 0xE0, 0xED, 0xF0, 0xF4, 0xF5, 0xFF};
+    std::vector<std::string> sequences;
+    for (int lead = 1; lead < 0x100; ++lead) {
+        sequences.emplace_back(1, char(lead));
+        for (unsigned char b : follows) {
+            sequences.push_back({char(lead), char(b)});
+            for (unsigned char c : follows) {
+                sequences.push_back({char(lead), char(b), char(c)});
+                for (unsigned char d : follows) {
+                    if (lead >= 0xF0) {
+                        sequences.push_back({char(lead), char(b), char(c), char(d)});
+                    }
+                }
+            }
+        }
+    }
+    const std::pair<std::size_t, std::size_t> places[] = {{0, 0}, {14, 0}, {29, 0}, {31, 20}, {45, 3}};
+    std::size_t checked = 0;
+    for (const auto &[before, after] : places) {
+        for (const std::string &seq : sequences) {
+            const std::string text = std::string(before, 'a') + seq + std::string(after, 'b');
+            UErrorCode status = U_ZERO_ERROR;
+            u_strFromUTF8(nullptr, 0, nullptr, text.c_str(), -1, &status);
+            const bool valid = status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
+            if (VELKCUnicodeUTF8StrCaseCmp(text.c_str(), text.c_str()) != (valid ? 0 : -2)) {
+                ADD_FAILURE() << "at " << before << ": " << ::testing::PrintToString(seq) << " valid=" << valid;
+            }
+            ++checked;
+        }
+    }
+    EXPECT_GT(checked, std::size_t{500000});
+}
+
 // Malformed UTF-8 fails the comparison even past the first difference.
 TEST(Unicode, CaseCmpFailsOnMalformedTextAnywhere)
 {
