@@ -67,11 +67,4 @@ TEST(ErrorRecord, SuccessLeavesTheFailureInPlace)
     EXPECT_EQ(after.line, failed.line);
 }
 
-TEST(ErrorRecord, StoresTheFilePointerItself)
-{
-    static const char kName[] = "some_source";
-    VELKCErrSetEx(ERR_WRITE_FAILED, kName, 42);
-    EXPECT_EQ(VELKCErrorGetFile(), kName);
-}
-
 } // namespace

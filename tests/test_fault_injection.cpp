@@ -10,15 +10,14 @@
 // crash (an exception escaping a noexcept function, a null dereference)
 // ends only that case: the next worker goes on with the step after it.
 #include "fault_interposer.hpp"
-#include "test_file_writers_support.hpp"
+#include "file_support.hpp"
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <optional>
 #include <sys/mman.h>
 
-using namespace writers_test;
+using namespace test;
 
 namespace {
 
@@ -43,13 +42,32 @@ constexpr Mode kModes[] = {
 };
 constexpr Mode kNoFaults = {"none", fault::Kind::kOff, 0};
 
-// What the call did.
-struct Outcome {
-    int result = 0;
-    unsigned error = 0;
-    std::string found;    // what a reader found
-    std::string leakedFd; // a descriptor on the case directory left open
-};
+// The live pairs of a hash, sorted, one "key=value" a line.
+std::string Shown(const SzHash *hash)
+{
+    std::set<std::string> pairs;
+    for (int i = 0; i < hash->nSlot; ++i) {
+        const SzHashSlot &slot = hash->rgSlot[i];
+        if (slot.pszKey != nullptr && slot.pszVal != nullptr) {
+            pairs.insert(std::string(slot.pszKey) + "=" + slot.pszVal + "\n");
+        }
+    }
+    std::string text;
+    for (const std::string &pair : pairs) {
+        text += pair;
+    }
+    return text;
+}
+
+// What a reader found: the buffer, the hash and the list it fills.
+std::string Found(const Args &args)
+{
+    std::string text = std::string(args.buf) + "\n" + Shown(args.hash.get());
+    for (int i = 0; i < args.keys->nItem; ++i) {
+        text += std::string(args.keys->pszItem[i]) + "\n";
+    }
+    return text;
+}
 
 // The first open descriptor whose file lies under dir, or "".
 std::string DescriptorUnder(const fs::path &dir)
@@ -64,199 +82,55 @@ std::string DescriptorUnder(const fs::path &dir)
     return "";
 }
 
-// Makes the call under test, armed, and records what it did.
-class Injector {
-public:
-    Injector(const Mode &mode, long k, const fs::path &dir, fault::Record &record, Outcome &outcome)
-        : mode_(mode), k_(k), dir_(dir), record_(record), outcome_(outcome)
-    {
-    }
-
-    void Call(const std::function<int()> &call)
-    {
-        ResetError();
-        fault::Arm(mode_.kind, k_, mode_.error, kTarget, &record_);
-        outcome_.result = call();
-        fault::Disarm();
-        outcome_.error = VELKCErrGet();
-        outcome_.leakedFd = DescriptorUnder(dir_);
-    }
-
-private:
-    const Mode &mode_;
-    long k_;
-    const fs::path &dir_;
-    fault::Record &record_;
-    Outcome &outcome_;
-};
-
 struct Subject {
     std::string name;
     bool reader;
     std::optional<std::string> before; // the target before the call, if any
-    int failure;     // the result that reports a failure
-    int fallback;    // a result that would be wrong whenever reading failed
-    // Prepares what the call needs, makes it through inject.Call and gives
-    // what a reader found.
-    using Run = std::function<std::string(const char *path, Injector &inject)>;
-    Run run;
+    int failure;                       // the result that reports a failure
+    FileCall call;
 };
 
-// No result stands for a default of the caller's.
-constexpr int kNoFallback = INT_MIN;
-
-// The live pairs of a hash, sorted, one "key=value" a line.
-std::string Shown(const SzHash *hash)
+std::vector<Subject> Readers()
 {
-    std::vector<std::string> pairs;
-    for (int i = 0; i < hash->nSlot; ++i) {
-        const SzHashSlot &slot = hash->rgSlot[i];
-        if (slot.pszKey != nullptr && slot.pszVal != nullptr) {
-            pairs.push_back(std::string(slot.pszKey) + "=" + slot.pszVal + "\n");
-        }
-    }
-    std::sort(pairs.begin(), pairs.end());
-    std::string text;
-    for (const std::string &pair : pairs) {
-        text += pair;
-    }
-    return text;
-}
-
-std::string Shown(const SzList *list)
-{
-    std::string text;
-    for (int i = 0; i < list->nItem; ++i) {
-        text += std::string(list->pszItem[i]) + "\n";
-    }
-    return text;
-}
-
-struct OwnedList {
-    OwnedList() = default;
-    ~OwnedList() { VELKCSzListFree(list); }
-    OwnedList(const OwnedList &) = delete;
-    OwnedList &operator=(const OwnedList &) = delete;
-
-    SzList *list = VELKCSzListAlloc(512);
-};
-
-// Readers into a value buffer, a hash or a list.
-template <typename Read>
-auto IntoBuffer(Read read)
-{
-    return [read](const char *path, Injector &inject) {
-        char value[64] = {};
-        inject.Call([&] { return read(path, value, static_cast<int>(sizeof value)); });
-        return std::string(value);
-    };
-}
-
-template <typename Read>
-auto IntoHash(Read read)
-{
-    return [read](const char *path, Injector &inject) {
-        PairHash found{};
-        inject.Call([&] { return read(path, &found.hash); });
-        return Shown(found.hash);
-    };
-}
-
-template <typename Read>
-auto IntoList(Read read)
-{
-    return [read](const char *path, Injector &inject) {
-        OwnedList found;
-        inject.Call([&] { return read(path, &found.list); });
-        return Shown(found.list);
-    };
-}
-
-// The keys GetKeys looks for, made before any call is armed.
-const SzList *KeyList()
-{
-    static const Args args;
-    return args.keys;
-}
-
-// kBase after enough comment lines that it takes several reads and several
-// writes: failures then come in the middle of the copy, and before the
-// readers reach their key.
-const std::string kLarge = [] {
-    std::string text;
-    for (int i = 0; i < 2000; ++i) {
-        text += "#" + std::string(99, 'x') + "\n";
-    }
-    return text + kBase;
-}();
-
-// The subjects of a table, on kBase and on kLarge.
-std::vector<Subject> OnBoth(const std::function<std::vector<Subject>(const std::string &)> &table)
-{
-    std::vector<Subject> subjects = table(kBase);
-    for (Subject &subject : table(kLarge)) {
-        subject.name += " (large)";
-        subjects.push_back(std::move(subject));
-    }
-    return subjects;
-}
-
-std::vector<Subject> Readers(const std::string &content)
-{
-    constexpr int kDefault = 7;
-    const SzList *keys = KeyList();
-    // A reader that reports failures with -1.
-    const auto ReaderOf = [&](const char *name, Subject::Run run) {
-        return Subject{name, true, content, -1, kNoFallback, std::move(run)};
-    };
-    return {
-        ReaderOf("GetKeyValue",
-                 IntoBuffer([](const char *p, char *v, int n) { return VELKCFileGetKeyValue(p, "k2", v, n, 0); })),
-        ReaderOf("GetLine",
-                 IntoBuffer([](const char *p, char *v, int n) { return VELKCFileGetLine(p, "k2", v, n, 0); })),
-        ReaderOf("GetSectionValue",
-                 IntoBuffer([](const char *p, char *v, int n) { return VELKCFileGetSectionValue(p, "s", "m", v, n); })),
-        ReaderOf("GetPair", IntoHash([](const char *p, SzHash **h) { return VELKCFileGetPair(p, h); })),
-        ReaderOf("GetSection", IntoHash([](const char *p, SzHash **h) { return VELKCFileGetSection(p, "s", h); })),
-        ReaderOf("GetKeys", IntoHash([keys](const char *p, SzHash **h) { return VELKCFileGetKeys(p, keys, h, "="); })),
-        ReaderOf("EnumSection", IntoList([](const char *p, SzList **l) { return VELKCFileEnumSection(p, l); })),
-        ReaderOf("ReadLines", IntoList([](const char *p, SzList **l) { return VELKCFileReadLines(p, l); })),
-        // Failing, it returns 0, never the default meant for a missing key.
-        {"CheckKeyValue", true, content, 0, kDefault,
-         [](const char *p, Injector &inject) {
-             inject.Call([&] { return VELKCFileCheckKeyValue(p, "k2", "v2", kDefault); });
-             return std::string();
-         }},
-    };
-}
-
-// The writers of the table on content or, without it, on a missing file for
-// those that create it.
-std::vector<Subject> Writers(const std::optional<std::string> &content)
-{
-    static const std::set<std::string> creators = {"SetKeyValue", "AppendKey", "AddLine", "AddLineAppend",
-                                                   "AddLineByKeyAppend", "SetLine", "SetKeys", "AddSection"};
     std::vector<Subject> subjects;
-    for (const Writer &writer : AllWriters()) {
-        if (content || creators.contains(writer.name)) {
-            const auto run = [&writer](const char *p, Injector &inject) {
-                Args args;
-                inject.Call([&] { return writer.call(p, args); });
-                return std::string();
-            };
-            subjects.push_back({writer.name, false, content, -1, kNoFallback, run});
+    for (const std::string &content : {kBase, kLarge}) {
+        for (const Reader &reader : AllReaders()) {
+            const std::string name = reader.name + std::string(content == kLarge ? " (large)" : "");
+            subjects.push_back({name, true, content, reader.failure, reader.call});
         }
     }
     return subjects;
 }
 
-// One call of a subject on a fresh directory under base, and what it left.
+// The writers on kBase, on kLarge, or on a missing file for those that
+// create it.
+std::vector<Subject> Writers(std::initializer_list<std::optional<std::string>> contents)
+{
+    std::vector<Subject> subjects;
+    for (const std::optional<std::string> &content : contents) {
+        for (const Writer &writer : AllWriters()) {
+            if (content || writer.creates) {
+                const char *const on = !content ? " (missing)" : *content == kLarge ? " (large)" : "";
+                subjects.push_back({writer.name + std::string(on), false, content, -1, writer.call});
+            }
+        }
+    }
+    return subjects;
+}
+
+// What a call did and left: its result, the error record, what a reader
+// found, a descriptor on the case directory left open, the target and the
+// names in the directory afterwards.
 struct Case {
-    Outcome outcome;
-    std::optional<std::string> content; // the target afterwards, if any
-    std::set<std::string> names;        // the directory afterwards
+    int result = 0;
+    unsigned error = 0;
+    std::string found;
+    std::string leakedFd;
+    std::optional<std::string> content;
+    std::set<std::string> names;
 };
 
+// One call of a subject, armed, on a fresh directory under base.
 Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &base, fault::Record &record)
 {
     const fs::path dir = base / std::to_string(k);
@@ -266,8 +140,16 @@ Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &b
         WriteFile(target, *subject.before);
     }
     Case result;
-    Injector inject(mode, k, dir, record, result.outcome);
-    result.outcome.found = subject.run(target.c_str(), inject);
+    {
+        Args args;
+        ResetError();
+        fault::Arm(mode.kind, k, mode.error, kTarget, &record);
+        result.result = subject.call(target.c_str(), args);
+        fault::Disarm();
+        result.error = VELKCErrGet();
+        result.found = Found(args);
+    }
+    result.leakedFd = DescriptorUnder(dir);
     result.names = ListDir(dir);
     if (fs::exists(target)) {
         result.content = ReadFile(target);
@@ -309,47 +191,28 @@ bool Acceptable(const Subject &subject, const Mode &mode, unsigned code)
 }
 
 // What the call reported, as the listing shows it.
-std::string Reported(const Subject &subject, const Outcome &outcome)
+std::string Reported(const Case &run)
 {
-    std::string text = "returned " + std::to_string(outcome.result) + " with " + Hex(outcome.error);
-    if (outcome.error == ERR_KEY_NOT_FOUND || outcome.error == ERR_SECTION_NOT_FOUND) {
-        text += " (not found)";
-    }
-    if (outcome.result == subject.fallback) {
-        text += " (the caller's default)";
-    }
-    return text;
-}
-
-// What the call reported and found that the clean run did not.
-std::vector<std::string> WrongResult(const Subject &subject, const Mode &mode, const Case &clean,
-                                     const Outcome &outcome)
-{
-    if (outcome.result == clean.outcome.result) {
-        if (outcome.found == clean.outcome.found) {
-            return {};
-        }
-        return {"found " + Quoted(outcome.found) + " instead of " + Quoted(clean.outcome.found)};
-    }
-    if (outcome.result != subject.failure) {
-        return {Reported(subject, outcome)};
-    }
-    if (!Acceptable(subject, mode, outcome.error)) {
-        return {"failed, but " + Reported(subject, outcome)};
-    }
-    return {};
+    const bool notFound = run.error == ERR_KEY_NOT_FOUND || run.error == ERR_SECTION_NOT_FOUND;
+    return "returned " + std::to_string(run.result) + " with " + Hex(run.error) + (notFound ? " (not found)" : "");
 }
 
 // Why a case did not hold; empty when it held.
 std::vector<std::string> Faults(const Subject &subject, const Mode &mode, const Case &clean, const Case &run,
                                 const fault::Record &record)
 {
-    const Outcome &outcome = run.outcome;
-    std::vector<std::string> faults = WrongResult(subject, mode, clean, outcome);
+    std::vector<std::string> faults;
+    if (run.result == clean.result && run.found != clean.found) {
+        faults.push_back("found " + Quoted(run.found) + " instead of " + Quoted(clean.found));
+    } else if (run.result != clean.result && run.result != subject.failure) {
+        faults.push_back(Reported(run));
+    } else if (run.result != clean.result && !Acceptable(subject, mode, run.error)) {
+        faults.push_back("failed, but " + Reported(run));
+    }
     // A writer that did its work leaves the new version; one that failed,
     // the old, or the new when it failed after putting it in place.
     std::set<std::optional<std::string>> allowed = {subject.before};
-    if (!subject.reader && outcome.result == clean.outcome.result) {
+    if (!subject.reader && run.result == clean.result) {
         allowed = {clean.content};
     } else if (!subject.reader && record.failedAfterCommit) {
         allowed.insert(clean.content);
@@ -362,8 +225,8 @@ std::vector<std::string> Faults(const Subject &subject, const Mode &mode, const 
             faults.push_back("left \"" + name + "\" in the directory");
         }
     }
-    if (!outcome.leakedFd.empty()) {
-        faults.push_back("left a descriptor open on " + outcome.leakedFd);
+    if (!run.leakedFd.empty()) {
+        faults.push_back("left a descriptor open on " + run.leakedFd);
     }
     return faults;
 }
@@ -389,7 +252,7 @@ struct Loop {
     }
 };
 
-class SharedLoop {
+class SharedLoop : NoCopy {
 public:
     SharedLoop()
         : loop_(static_cast<Loop *>(
@@ -397,8 +260,6 @@ public:
     {
     }
     ~SharedLoop() { munmap(loop_, sizeof(Loop)); }
-    SharedLoop(const SharedLoop &) = delete;
-    SharedLoop &operator=(const SharedLoop &) = delete;
 
     Loop &get() const { return *loop_; }
 
@@ -446,40 +307,20 @@ void RunLoop(const Subject &subject, const Mode &mode, const Case &clean, const 
     }
 }
 
-// A private directory for the cases, removed with everything a crashed
-// worker left in it.
-class CaseBase {
-public:
-    CaseBase()
-    {
-        // On tmpfs where there is one: the thousands of fsync calls then
-        // cost nothing, whatever else the disk is doing.
-        std::string name = fs::is_directory("/dev/shm") ? "/dev/shm/velkc-fault-XXXXXX" : "/tmp/velkc-fault-XXXXXX";
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        path_ = name;
-    }
-    ~CaseBase() { fs::remove_all(path_); }
-    CaseBase(const CaseBase &) = delete;
-    CaseBase &operator=(const CaseBase &) = delete;
-
-    const fs::path &path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
 // Runs every mode's loop on every subject; prints the tallies and returns
 // the cases that did not hold.
 std::vector<std::string> InjectAll(const std::vector<Subject> &subjects)
 {
-    const CaseBase base;
+    // On tmpfs where there is one: the thousands of fsync calls then cost
+    // nothing, whatever else the disk is doing.
+    const TempDir base(fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path());
     const SharedLoop shared;
     Loop &loop = shared.get();
     std::vector<std::string> failures;
     for (const Subject &subject : subjects) {
         const Case clean = RunCase(subject, kNoFaults, 0, base.path(), loop.record);
-        if (clean.outcome.result == subject.failure) {
-            failures.push_back(subject.name + ": fails without faults: " + Reported(subject, clean.outcome));
+        if (clean.result == subject.failure) {
+            failures.push_back(subject.name + ": fails without faults: " + Reported(clean));
             continue;
         }
         for (const Mode &mode : kModes) {
@@ -502,31 +343,18 @@ std::vector<std::string> InjectAll(const std::vector<Subject> &subjects)
     return failures;
 }
 
-TEST(FaultInjection, ReadersFindOrReportAReadError)
-{
-    EXPECT_TRUE(InjectAll(OnBoth(Readers)).empty());
-}
+TEST(FaultInjection, ReadersFindOrReportAReadError) { EXPECT_TRUE(InjectAll(Readers()).empty()); }
 
-TEST(FaultInjection, WritersChangeAllOrNothing)
-{
-    EXPECT_TRUE(InjectAll(OnBoth(Writers)).empty());
-}
+TEST(FaultInjection, WritersChangeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers({kBase, kLarge})).empty()); }
 
-TEST(FaultInjection, CreatorsMakeAllOrNothing)
-{
-    EXPECT_TRUE(InjectAll(Writers(std::nullopt)).empty());
-}
+TEST(FaultInjection, CreatorsMakeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers({std::nullopt})).empty()); }
 
 // Where the file system has no unnamed files the temporary file has a name
 // from the start: it must still never stay behind.
 TEST(FaultInjection, NamedTemporaryFilesAreRemovedOnEveryFailure)
 {
     fault::RefuseUnnamedFiles(true);
-    std::vector<Subject> subjects = Writers(std::nullopt);
-    for (Subject &subject : Writers(kBase)) {
-        subjects.push_back(std::move(subject));
-    }
-    EXPECT_TRUE(InjectAll(subjects).empty());
+    EXPECT_TRUE(InjectAll(Writers({std::nullopt, kBase})).empty());
     fault::RefuseUnnamedFiles(false);
 }
 

@@ -1,18 +1,17 @@
 // Writers of one file in several processes and threads at once: they take
 // turns, so no change is lost, and a writer that cannot get the file gives
 // up after the lock timeout with the file untouched.
+#include "file_support.hpp"
 #include "internal.hpp"
-#include "test_file_writers_support.hpp"
 
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
-#include <map>
-#include <string_view>
+#include <set>
 #include <sys/file.h>
 #include <thread>
 
-using namespace writers_test;
+using namespace test;
 
 namespace {
 
@@ -22,18 +21,6 @@ constexpr int kKeysEach = 50;
 
 std::string Key(int writer, int i) { return "w" + std::to_string(writer) + "k" + std::to_string(i); }
 std::string Value(int writer, int i) { return "v" + std::to_string(writer * 1000 + i); }
-
-// The lines of a text, each without its "\n".
-std::vector<std::string> SplitLines(std::string_view text)
-{
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    }
-    return lines;
-}
 
 long MillisSince(Clock::time_point start)
 {
@@ -59,55 +46,38 @@ bool ByAppendKeyAndSetKeys(const char *path, int w)
     for (int i = 0; i < kKeysEach; ++i) {
         const std::string key = Key(w, i);
         const std::string value = Value(w, i);
-        if (i % 2 == 0) {
-            if (VELKCFileAppendKey(path, key.c_str(), value.c_str(), nullptr) != 1) {
-                return false;
-            }
-        } else {
-            PairHash pair{{key.c_str(), value.c_str()}};
-            if (VELKCFileSetKeys(path, pair.hash, nullptr, nullptr) != 1) {
-                return false;
-            }
+        const PairHash pair{{key.c_str(), value.c_str()}};
+        const int result = i % 2 == 0 ? VELKCFileAppendKey(path, key.c_str(), value.c_str(), nullptr)
+                                      : VELKCFileSetKeys(path, pair.get(), nullptr, nullptr);
+        if (result != 1) {
+            return false;
         }
     }
     return true;
 }
 
-class Concurrency : public ScratchDir {
+class Concurrency : public ScratchTest {
 protected:
-    void SetUp() override
-    {
-        ScratchDir::SetUp();
-        conf_ = Path("conf");
-        WriteFile(conf_, kBase);
-    }
+    void SetUp() override { WriteFile(conf_, kBase); }
 
     // The keys of n writers that are not in the file exactly once with
     // their value; the file must hold nothing else beside kBase.
     int Lost(int n) const
     {
-        std::multimap<std::string, std::string> pairs;
         const std::string text = ReadFile(conf_);
-        EXPECT_TRUE(text.starts_with(kBase));
-        EXPECT_TRUE(text.ends_with("\n"));
-        int malformed = 0;
-        for (const std::string &line : SplitLines(std::string_view(text).substr(std::min(kBase.size(), text.size())))) {
-            const std::size_t eq = line.find('=');
-            if (eq == std::string::npos) {
-                ++malformed;
-            } else {
-                pairs.emplace(line.substr(0, eq), line.substr(eq + 1));
-            }
+        EXPECT_TRUE(text.starts_with(kBase) && text.ends_with("\n"));
+        std::multiset<std::string> lines;
+        std::istringstream rest(text.substr(std::min(kBase.size(), text.size())));
+        for (std::string line; std::getline(rest, line);) {
+            lines.insert(line);
         }
-        EXPECT_EQ(malformed, 0) << "lines without \"=\"";
-        EXPECT_EQ(pairs.size(), static_cast<std::size_t>(n * kKeysEach));
         int lost = 0;
         for (int w = 0; w < n; ++w) {
             for (int i = 0; i < kKeysEach; ++i) {
-                const auto found = pairs.equal_range(Key(w, i));
-                lost += std::distance(found.first, found.second) != 1 || found.first->second != Value(w, i);
+                lost += lines.erase(Key(w, i) + "=" + Value(w, i)) != 1;
             }
         }
+        EXPECT_TRUE(lines.empty()) << lines.size() << " lines of no writer";
         EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
         return lost;
     }
@@ -122,48 +92,47 @@ protected:
         return fd;
     }
 
-    fs::path conf_;
+    const fs::path conf_ = Path("conf");
 };
 
-TEST_F(Concurrency, ProcessesLoseNoKey)
+TEST_F(Concurrency, WritersLoseNoKey)
 {
-    for (const auto &[name, add] : {std::pair{"SetKeyValue", &BySetKeyValue},
-                                    std::pair{"AppendKey+SetKeys", &ByAppendKeyAndSetKeys}}) {
-        for (const int n : {2, 4, 8}) {
-            SCOPED_TRACE(std::string(name) + " in " + std::to_string(n) + " processes");
-            WriteFile(conf_, kBase);
+    struct Run {
+        const char *name;
+        AddKeys add;
+        int n;
+        bool threads; // else processes
+    };
+    const Run runs[] = {
+        {"SetKeyValue", BySetKeyValue, 2, false},       {"SetKeyValue", BySetKeyValue, 4, false},
+        {"SetKeyValue", BySetKeyValue, 8, false},       {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 2, false},
+        {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 4, false}, {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 8, false},
+        {"SetKeyValue", BySetKeyValue, 4, true},
+    };
+    for (const Run &run : runs) {
+        WriteFile(conf_, kBase);
+        std::vector<int> ok(run.n);
+        {
+            std::vector<std::jthread> threads;
             std::vector<pid_t> children;
-            for (int w = 0; w < n; ++w) {
-                children.push_back(ForkChild([&, w] { return add(conf_.c_str(), w) ? 0 : 1; }));
-                ASSERT_GT(children.back(), 0);
+            for (int w = 0; w < run.n; ++w) {
+                if (run.threads) {
+                    threads.emplace_back([&, w] { ok[w] = run.add(conf_.c_str(), w); });
+                } else {
+                    children.push_back(ForkChild([&, w] { return run.add(conf_.c_str(), w) ? 0 : 1; }));
+                }
             }
-            int failed = 0;
-            for (const pid_t pid : children) {
-                const int status = WaitChild(pid);
-                failed += !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+            for (int w = 0; w < static_cast<int>(children.size()); ++w) {
+                ok[w] = WaitChild(children[w]) == 0;
             }
-            const int lost = Lost(n);
-            std::printf("%s, %d processes: %d lost of %d, %d writers failed\n", name, n, lost, n * kKeysEach, failed);
-            EXPECT_EQ(failed, 0);
-            EXPECT_EQ(lost, 0);
         }
+        const int lost = Lost(run.n);
+        const auto failed = std::count(ok.begin(), ok.end(), 0);
+        std::printf("%s, %d %s: %d lost of %d, %ld writers failed\n", run.name, run.n,
+                    run.threads ? "threads" : "processes", lost, run.n * kKeysEach, failed);
+        EXPECT_EQ(failed, 0);
+        EXPECT_EQ(lost, 0);
     }
-}
-
-TEST_F(Concurrency, ThreadsLoseNoKey)
-{
-    constexpr int n = 4;
-    std::vector<int> ok(n);
-    {
-        std::vector<std::jthread> threads;
-        for (int w = 0; w < n; ++w) {
-            threads.emplace_back([&, w] { ok[w] = BySetKeyValue(conf_.c_str(), w); });
-        }
-    }
-    const int lost = Lost(n);
-    std::printf("SetKeyValue, %d threads: %d lost of %d\n", n, lost, n * kKeysEach);
-    EXPECT_EQ(ok, std::vector<int>(n, 1));
-    EXPECT_EQ(lost, 0);
 }
 
 TEST_F(Concurrency, WritersGiveUpOnAHeldLock)

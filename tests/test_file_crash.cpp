@@ -1,8 +1,8 @@
 // A writer killed at any moment: the file is always one of the complete
 // versions it could have written, and where the file system can make
 // unnamed files hardly any temporary file is left beside it.
+#include "file_support.hpp"
 #include "internal.hpp"
-#include "test_file_writers_support.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -13,7 +13,7 @@
 #include <string_view>
 #include <thread>
 
-using namespace writers_test;
+using namespace test;
 
 namespace {
 
@@ -24,19 +24,6 @@ constexpr int kBulkLines = 4000; // about 280 KB
 const char *const kValues[] = {"first", "second"};
 
 std::string BulkLine(int i) { return "bulk" + std::to_string(i) + "=" + std::string(60, char('a' + i % 26)); }
-
-// The starting file: the key line amid the bulk lines.
-std::string Original()
-{
-    std::string text;
-    for (int i = 0; i < kBulkLines; ++i) {
-        if (i == kBulkLines / 2) {
-            text += "k=first\n";
-        }
-        text += BulkLine(i) + "\n";
-    }
-    return text;
-}
 
 // Rewrites the key and appends and removes a line at the end until killed;
 // 1 as soon as a call fails.
@@ -63,6 +50,13 @@ const std::string &Bulk()
         return lines;
     }();
     return text;
+}
+
+// The starting file: the key line amid the bulk lines.
+std::string Original()
+{
+    std::string text = Bulk();
+    return text.insert(text.find(BulkLine(kBulkLines / 2)), "k=first\n");
 }
 
 // Empty when text is a version Churn can leave behind, else what is wrong:
@@ -107,7 +101,7 @@ unsigned Seed()
     return fixed != nullptr ? static_cast<unsigned>(std::strtoul(fixed, nullptr, 10)) : std::random_device{}();
 }
 
-class Crash : public ScratchDir {};
+using Crash = ScratchTest;
 
 TEST_F(Crash, KilledWriterLeavesACompleteVersion)
 {

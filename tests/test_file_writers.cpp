@@ -1,180 +1,278 @@
-// The configuration writers on the files users actually have: missing
-// files, null arguments, files without a final newline, empty files, CRLF
-// lines, very long lines and keys that are prefixes of other keys.
-#include "test_file_writers_support.hpp"
+// The configuration writers on the files users have, and the safe rewrite
+// they share: the target is replaced whole or not at all, keeps its owner
+// and mode, and nothing is left beside it.
+#include "file_support.hpp"
 
+#include <csignal>
 #include <cstring>
 #include <map>
-#include <sys/stat.h>
+#include <sys/mount.h>
 
-using namespace writers_test;
+using namespace test;
 
 namespace {
 
-class Writers : public ScratchDir {
+using Edit = int (*)(const char *path);
+
+class Writers : public ScratchTest {
 protected:
-    // Runs call on a file holding text and returns what the file then holds.
+    // Runs edit on a file holding text and returns what the file then holds.
     template <typename Call>
-    std::string After(const std::string &text, int result, Call &&call)
+    std::string After(const std::string &text, int result, Call &&edit)
     {
         WriteFile(Path("conf"), text);
         ResetError();
-        EXPECT_EQ(call(Path("conf").c_str()), result);
+        EXPECT_EQ(edit(Path("conf").c_str()), result);
         return ReadFile(Path("conf"));
+    }
+
+    // Every writer fails to write target and leaves it and its directory
+    // as they were.
+    void ExpectEveryWriteFails(const fs::path &target, unsigned code)
+    {
+        const std::string before = ReadFile(target);
+        const std::set<std::string> names = ListDir(target.parent_path());
+        for (const Writer &writer : AllWriters()) {
+            SCOPED_TRACE(writer.name);
+            Args args;
+            ResetError();
+            EXPECT_EQ(writer.call(target.c_str(), args), -1);
+            EXPECT_EQ(VELKCErrGet(), code);
+            EXPECT_TRUE(ReadFile(target) == before);
+            EXPECT_EQ(ListDir(target.parent_path()), names);
+        }
     }
 };
 
-TEST_F(Writers, MissingFileIsCreatedOrRefused)
+// Each writer on the target by its full name, by a name relative to the
+// current directory and through a symbolic link. As root the target belongs
+// to another user and has set-id bits; a sibling named like a temporary
+// file must stay as it is.
+TEST_F(Writers, RewriteKeepsOwnerModeAndNeighbours)
 {
-    // Writers that make a missing file, and what they put in it.
-    const std::map<std::string, std::string> created = {
-        {"SetKeyValue", "k1=x\n"}, {"AppendKey", "k9=v\n"}, {"AddLine", "new\n"},
-        {"AddLineAppend", "new\n"}, {"AddLineByKeyAppend", "new"}, {"SetLine", "k2=z\n"},
-        {"SetKeys", "k1=z\n"},      {"AddSection", "\n[t]\nk1=z\n"},
-    };
+    const uid_t owner = IsRoot() ? 65534 : geteuid();
+    const mode_t mode = IsRoot() ? 06640 : 0600;
+    const fs::path files = Path("files");
+    const fs::path real = files / "conf";
+    fs::create_directories(Path("links"));
+    fs::create_directory(files);
+    fs::create_symlink("../files/conf", Path("links/conf"));
+    const CurrentDirGuard cwd(files);
     for (const Writer &writer : AllWriters()) {
-        SCOPED_TRACE(writer.name);
-        const fs::path missing = Path("missing");
-        Args args;
-        ResetError();
-        const int result = writer.call(missing.c_str(), args);
-        const auto made = created.find(writer.name);
-        if (made == created.end()) {
-            EXPECT_EQ(result, -1);
-            EXPECT_EQ(VELKCErrGet(), ERR_OPEN_FAILED);
-            EXPECT_FALSE(fs::exists(missing));
-        } else {
-            EXPECT_GE(result, 0);
-            EXPECT_EQ(ReadFile(missing), made->second);
+        std::string first;
+        for (const fs::path &target : {real, fs::path("conf"), Path("links/conf")}) {
+            SCOPED_TRACE(std::string(writer.name) + " on " + target.string());
+            WriteFile(real, kBase);
+            WriteFile(files / "conf.tmp", "sibling\n");
+            ASSERT_EQ(chown(real.c_str(), owner, owner), 0);
+            ASSERT_EQ(chmod(real.c_str(), mode), 0);
+            Args args;
+            ASSERT_EQ(writer.call(target.c_str(), args), writer.result);
+            const std::string content = ReadFile(real);
+            EXPECT_NE(content, kBase);
+            EXPECT_EQ(content, first.empty() ? content : first);
+            first = content;
+            struct stat st;
+            ASSERT_EQ(stat(real.c_str(), &st), 0);
+            EXPECT_EQ(st.st_uid, owner);
+            EXPECT_EQ(st.st_gid, owner);
+            EXPECT_EQ(st.st_mode & 07777, mode);
+            EXPECT_EQ(ListDir(files), (std::set<std::string>{"conf", "conf.tmp"}));
+            EXPECT_EQ(ReadFile(files / "conf.tmp"), "sibling\n");
+            EXPECT_TRUE(fs::is_symlink(Path("links/conf")));
         }
-        EXPECT_LE(ListDir(dir_).size(), 1u); // no temporary file either way
-        fs::remove(missing);
     }
 }
 
-TEST_F(Writers, NewFileOfSetKeysBelongsToTheCaller)
+TEST_F(Writers, MissingFileIsCreatedOrRefused)
 {
-    SzHash *hash = VELKCSzHashAlloc(512);
-    ASSERT_GE(VELKCSzHashSetValue(&hash, "k", "v"), 0);
-    const mode_t oldMask = umask(077);
-    EXPECT_EQ(VELKCFileSetKeys(Path("new").c_str(), hash, nullptr, nullptr), 1);
-    umask(oldMask);
+    // What the writers that make a missing file put in it.
+    const std::map<std::string, std::string> created = {
+        {"SetKeyValue", "k1=x\n"},  {"AppendKey", "k9=v\n"},        {"AddLine", "new\n"},
+        {"AddLineAppend", "new\n"}, {"AddLineByKeyAppend", "new"}, {"SetLine", "k2=z\n"},
+        {"SetKeys", "k1=z\n"},      {"AddSection", "\n[t]\nk1=z\n"},
+    };
+    // Nor is a file made where a dangling symbolic link points.
+    fs::create_symlink("nowhere", Path("dangling"));
+    for (const Writer &writer : AllWriters()) {
+        SCOPED_TRACE(writer.name);
+        Args args;
+        ResetError();
+        if (writer.creates) {
+            EXPECT_GE(writer.call(Path("missing").c_str(), args), 0);
+            EXPECT_EQ(ReadFile(Path("missing")), created.at(writer.name));
+            fs::remove(Path("missing"));
+        } else {
+            EXPECT_EQ(writer.call(Path("missing").c_str(), args), -1);
+            EXPECT_EQ(VELKCErrGet(), ERR_OPEN_FAILED);
+        }
+        ResetError();
+        EXPECT_EQ(writer.call(Path("dangling").c_str(), args), -1);
+        EXPECT_EQ(VELKCErrGet(), ERR_OPEN_FAILED);
+        EXPECT_EQ(ListDir(dir_), std::set<std::string>{"dangling"});
+    }
+}
+
+TEST_F(Writers, NewFileBelongsToTheCallerWhateverTheUmask)
+{
+    const PairHash pair{{"k", "v"}};
+    {
+        const UmaskGuard mask(077);
+        EXPECT_EQ(VELKCFileSetKeys(Path("new").c_str(), pair.get(), nullptr, nullptr), 1);
+    }
     struct stat st;
     ASSERT_EQ(stat(Path("new").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0644u);
     EXPECT_EQ(st.st_uid, getuid());
     EXPECT_EQ(st.st_gid, getgid());
-    VELKCSzHashFree(hash);
 }
 
-TEST_F(Writers, EveryNullArgumentIsRefused)
+TEST_F(Writers, NothingToChangeLeavesTheFileAsItWas)
 {
-    const std::string file = Path("conf").string();
-    const char *f = file.c_str();
-    WriteFile(f, kBase);
     Args args;
-    SzHash *hash = args.hash;
-    SzList *keys = args.keys;
-    const std::function<int()> calls[] = {
-        [&] { return VELKCFileSetKeyValue(nullptr, "k", "v", nullptr); },
-        [&] { return VELKCFileSetKeyValue(f, nullptr, "v", nullptr); },
-        [&] { return VELKCFileSetKeyValue(f, "k", nullptr, nullptr); },
-        [&] { return VELKCFileAppendKey(nullptr, "k", "v", nullptr); },
-        [&] { return VELKCFileAppendKey(f, nullptr, "v", nullptr); },
-        [&] { return VELKCFileAppendKey(f, "k", nullptr, nullptr); },
-        [&] { return VELKCFileRemoveKey(nullptr, "k"); },
-        [&] { return VELKCFileRemoveKey(f, nullptr); },
-        [&] { return VELKCFileAddLine(nullptr, "k", "x", 0); },
-        [&] { return VELKCFileAddLine(f, "k", nullptr, 0); },
-        [&] { return VELKCFileAddLine(f, "k", "x", -1); },
-        [&] { return VELKCFileAddLineByKey(nullptr, keys, "x", 0, "="); },
-        [&] { return VELKCFileAddLineByKey(f, keys, "x", 0, nullptr); },
-        [&] { return VELKCFileAddLineByKey(f, keys, "x", MATCH_FLAG_IGNORE_CASE, "="); },
-        [&] { return VELKCFileSetLine(nullptr, "k", "x", 0); },
-        [&] { return VELKCFileSetLine(f, nullptr, "x", 0); },
-        [&] { return VELKCFileSetLineByKey(nullptr, keys, "x", "="); },
-        [&] { return VELKCFileSetLineByKey(f, nullptr, "x", "="); },
-        [&] { return VELKCFileSetLineByKey(f, keys, "x", nullptr); },
-        [&] { return VELKCFileReplaceSubStr(nullptr, "a", "b"); },
-        [&] { return VELKCFileReplaceSubStr(f, nullptr, "b"); },
-        [&] { return VELKCFileReplaceSubStr(f, "a", nullptr); },
-        [&] { return VELKCFileReplaceSubStr(f, "", "b"); },
-        [&] { return VELKCFileLineComment(nullptr, "k", 0); },
-        [&] { return VELKCFileLineComment(f, nullptr, 0); },
-        [&] { return VELKCFileSetKeys(nullptr, hash, nullptr, nullptr); },
-        [&] { return VELKCFileSetKeys(f, nullptr, hash, nullptr); },
-        [&] { return VELKCFileHash2File(nullptr, "s", hash, nullptr); },
-        [&] { return VELKCFileAddSection(nullptr, "s", hash, nullptr); },
-        [&] { return VELKCFileAddSection(f, nullptr, hash, nullptr); },
-        [&] { return VELKCFileAddSection(f, "s", nullptr, nullptr); },
-        [&] { return VELKCIFileModifySection(nullptr, "s", "t", hash, SECTION_FLAG_REPLACE, nullptr); },
-        [&] { return VELKCIFileModifySection(f, nullptr, "t", hash, SECTION_FLAG_REPLACE, nullptr); },
+    SzList *absent = args.keys.get();
+    VELKCSzListRemoveAll(absent);
+    VELKCSzListPush(args.keys.address(), "nokey");
+    const std::function<int(const char *)> edits[] = {
+        [](const char *p) { return VELKCFileRemoveKey(p, "k"); },
+        [](const char *p) { return VELKCFileAddLine(p, "zz", "x", 0); },
+        [](const char *p) { return VELKCFileSetLine(p, "zz", "x", 0); },
+        [&](const char *p) { return VELKCFileSetLineByKey(p, args.keys.get(), "x", "="); },
+        [&](const char *p) { return VELKCFileAddLineByKey(p, args.keys.get(), "x", 0, "="); },
+        [](const char *p) { return VELKCFileReplaceSubStr(p, "zz", "x"); },
+        [](const char *p) { return VELKCFileLineComment(p, "zz", 0); },
+        [](const char *p) { return VELKCFileAppendKey(p, "k1", "x", nullptr); },
+        [](const char *p) { return VELKCIFileModifySection(p, "zz", nullptr, nullptr, 0, nullptr); },
+        // The matcher refuses negative flags line by line: no line matches.
+        [](const char *p) { return VELKCFileSetLine(p, "k1", "x", -1); },
     };
-    for (std::size_t i = 0; i < std::size(calls); ++i) {
-        ResetError();
-        EXPECT_EQ(calls[i](), -1) << "call " << i;
-        EXPECT_EQ(VELKCErrGet(), ERR_BAD_PARAMETERS) << "call " << i;
+    for (const auto &edit : edits) {
+        EXPECT_EQ(After(kBase, 0, edit), kBase);
+        EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
     }
-    EXPECT_EQ(ReadFile(f), kBase);
-    EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
 }
 
-TEST_F(Writers, ExactlyOneNewlineBeforeAnAppendedLine)
+TEST_F(Writers, DirectoryTargetIsRefused)
 {
-    const auto setKey = [](const char *p) { return VELKCFileSetKeyValue(p, "k", "v", nullptr); };
-    EXPECT_EQ(After("a=1", 1, setKey), "a=1\nk=v\n");
-    EXPECT_EQ(After("a=1\n", 1, setKey), "a=1\nk=v\n");
-    EXPECT_EQ(After("", 1, setKey), "k=v\n");
-
-    const auto append = [](const char *p) { return VELKCFileAddLine(p, nullptr, "x", MATCH_FLAG_AFTER); };
-    EXPECT_EQ(After("a", 1, append), "a\nx\n");
-    EXPECT_EQ(After("", 1, append), "x\n");
-
-    const auto afterLast = [](const char *p) { return VELKCFileAddLine(p, "a", "x", MATCH_FLAG_AFTER); };
-    EXPECT_EQ(After("b\na", 1, afterLast), "b\na\nx\n");
-
-    SzHash *hash = VELKCSzHashAlloc(512);
-    ASSERT_GE(VELKCSzHashSetValue(&hash, "k", "v"), 0);
-    const auto setKeys = [&](const char *p) { return VELKCFileSetKeys(p, hash, nullptr, nullptr); };
-    EXPECT_EQ(After("a=1", 1, setKeys), "a=1\nk=v\n");
-    EXPECT_EQ(After("", 1, setKeys), "k=v\n");
-
-    // A section always follows a line of its own, so an empty file gets a
-    // blank line first.
-    const auto addSection = [&](const char *p) { return VELKCFileAddSection(p, "s", hash, nullptr); };
-    EXPECT_EQ(After("a=1", 1, addSection), "a=1\n[s]\nk=v\n");
-    EXPECT_EQ(After("", 1, addSection), "\n[s]\nk=v\n");
-
-    // A format without "\n" appends nothing, but an existing section still
-    // answers 0 before the format matters.
-    const auto badFormat = [&](const char *p) { return VELKCFileAddSection(p, "s", hash, "%s=%s"); };
-    EXPECT_EQ(After("a=1", -1, badFormat), "a=1");
-    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
-    EXPECT_EQ(After("[s]\nk=v\n", 0, badFormat), "[s]\nk=v\n");
-    VELKCSzHashFree(hash);
-
-    // Appending a key and the key-list append shortcut do not look at the
-    // last line: the new text follows it directly. The shortcut adds nothing
-    // after the line either.
-    EXPECT_EQ(After("a=1", 1, [](const char *p) { return VELKCFileAppendKey(p, "k", "v", nullptr); }), "a=1k=v\n");
-    EXPECT_EQ(After("a", 0,
-                    [](const char *p) { return VELKCFileAddLineByKey(p, nullptr, "x", MATCH_FLAG_AFTER, "="); }),
-              "ax");
+    fs::create_directory(Path("conf"));
+    for (const Writer &writer : AllWriters()) {
+        SCOPED_TRACE(writer.name);
+        Args args;
+        ResetError();
+        EXPECT_EQ(writer.call(Path("conf").c_str(), args), -1);
+        // Appending a key treats a directory as a bad path.
+        EXPECT_EQ(VELKCErrGet(), std::strcmp(writer.name, "AppendKey") == 0 ? ERR_BAD_PARAMETERS : ERR_OPEN_FAILED);
+        EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
+        EXPECT_TRUE(fs::is_empty(Path("conf")));
+    }
 }
 
-TEST_F(Writers, CrlfLinesKeepTheirCarriageReturns)
+TEST_F(Writers, WritePastTheFileSizeLimitKeepsTheTarget)
 {
-    const std::string crlf = "k1=v1\r\nk2=v2\r\n[s]\r\nm=1\r\n";
-    // The key is found through the "\r"; only the rewritten line changes.
-    EXPECT_EQ(After(crlf, 1, [](const char *p) { return VELKCFileSetKeyValue(p, "k1", "x", nullptr); }),
-              "k1=x\nk2=v2\r\n[s]\r\nm=1\r\n");
-    EXPECT_EQ(After(crlf, 1, [](const char *p) { return VELKCFileRemoveKey(p, "k2"); }), "k1=v1\r\n[s]\r\nm=1\r\n");
-    // A suffix must stand right before the "\n", so the "\r" is in the way.
-    EXPECT_EQ(After(crlf, 0, [](const char *p) { return VELKCFileSetLine(p, "v2", "x", MATCH_FLAG_SUFFIX); }), crlf);
-    EXPECT_EQ(VELKCErrGet(), ERR_KEY_NOT_FOUND);
-    // "\r" after the "]" is white space: the header still names the section.
-    EXPECT_EQ(After(crlf, 1, [](const char *p) { return VELKCIFileModifySection(p, "s", nullptr, nullptr, 0, nullptr); }),
-              "k1=v1\r\nk2=v2\r\n");
+    WriteFile(Path("conf"), kLarge);
+    const SignalGuard noSignal(SIGXFSZ, SIG_IGN);
+    const RlimitGuard limit(RLIMIT_FSIZE, 4096);
+    ExpectEveryWriteFails(Path("conf"), ERR_WRITE_FAILED);
+}
+
+// Root only: a small file system of its own, filled up.
+TEST_F(Writers, FullFileSystemKeepsTheTarget)
+{
+    const fs::path mnt = Path("mnt");
+    fs::create_directory(mnt);
+    if (!IsRoot() || mount("velkc-test", mnt.c_str(), "tmpfs", 0, "size=256k") != 0) {
+        GTEST_SKIP() << "cannot mount a small tmpfs here";
+    }
+    WriteFile(mnt / "conf", kLarge);
+    {
+        std::ofstream filler(mnt / "filler", std::ios::binary);
+        const std::string block(4096, 'f');
+        while (filler.write(block.data(), block.size())) {
+        }
+    }
+    ExpectEveryWriteFails(mnt / "conf", ERR_WRITE_FAILED);
+    umount2(mnt.c_str(), MNT_DETACH);
+}
+
+// Root only: a bind mount on the target makes the final rename fail.
+TEST_F(Writers, FailedRenameKeepsTheTarget)
+{
+    WriteFile(Path("conf"), kBase);
+    WriteFile(Path("cover"), kBase);
+    if (!IsRoot() || mount(Path("cover").c_str(), Path("conf").c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        GTEST_SKIP() << "cannot bind-mount here";
+    }
+    for (const Edit edit : {+[](const char *p) { return VELKCFileSetKeyValue(p, "k1", "x", nullptr); },
+                            +[](const char *p) { return VELKCFileAddLine(p, nullptr, "x", 0); }}) {
+        ResetError();
+        EXPECT_EQ(edit(Path("conf").c_str()), -1);
+        EXPECT_EQ(VELKCErrGet(), ERR_RENAME_FAILED);
+        EXPECT_EQ(ListDir(dir_), (std::set<std::string>{"conf", "cover"}));
+    }
+    umount2(Path("conf").c_str(), MNT_DETACH);
+    EXPECT_EQ(ReadFile(Path("conf")), kBase);
+}
+
+struct EditCase {
+    const char *before;
+    Edit edit;
+    int result;
+    const char *after;
+};
+
+const PairHash kPair{{"k", "v"}};
+
+// Final newlines, CRLF lines, keys that are prefixes of other keys.
+TEST_F(Writers, EditsOfOrdinaryFiles)
+{
+    const auto setK = +[](const char *p) { return VELKCFileSetKeyValue(p, "k", "v", nullptr); };
+    const auto setKeys = +[](const char *p) { return VELKCFileSetKeys(p, kPair.get(), nullptr, nullptr); };
+    const auto addSection = +[](const char *p) { return VELKCFileAddSection(p, "s", kPair.get(), nullptr); };
+    const auto append = +[](const char *p) { return VELKCFileAddLine(p, nullptr, "x", MATCH_FLAG_AFTER); };
+    const char *const crlf = "k1=v1\r\nk2=v2\r\n[s]\r\nm=1\r\n";
+    const char *const prefixes = "key1=a\nkey=b\nkey.sub=c\n key = d\n";
+    const EditCase cases[] = {
+        // Exactly one newline before an appended line.
+        {"a=1", setK, 1, "a=1\nk=v\n"},
+        {"a=1\n", setK, 1, "a=1\nk=v\n"},
+        {"", setK, 1, "k=v\n"},
+        {"a", append, 1, "a\nx\n"},
+        {"", append, 1, "x\n"},
+        {"b\na", [](const char *p) { return VELKCFileAddLine(p, "a", "x", MATCH_FLAG_AFTER); }, 1, "b\na\nx\n"},
+        {"a=1", setKeys, 1, "a=1\nk=v\n"},
+        {"", setKeys, 1, "k=v\n"},
+        // A section follows a line of its own: an empty file gets a blank one.
+        {"a=1", addSection, 1, "a=1\n[s]\nk=v\n"},
+        {"", addSection, 1, "\n[s]\nk=v\n"},
+        // A format without "\n" is refused, unless the section is already there.
+        {"a=1", [](const char *p) { return VELKCFileAddSection(p, "s", kPair.get(), "%s=%s"); }, -1, "a=1"},
+        {"[s]\nk=v\n", [](const char *p) { return VELKCFileAddSection(p, "s", kPair.get(), "%s=%s"); }, 0,
+         "[s]\nk=v\n"},
+        // Appending a key and the key-list shortcut do not look at the last line.
+        {"a=1", [](const char *p) { return VELKCFileAppendKey(p, "k", "v", nullptr); }, 1, "a=1k=v\n"},
+        {"a", [](const char *p) { return VELKCFileAddLineByKey(p, nullptr, "x", MATCH_FLAG_AFTER, "="); }, 0, "ax"},
+        // Only the rewritten line loses its "\r".
+        {crlf, [](const char *p) { return VELKCFileSetKeyValue(p, "k1", "x", nullptr); }, 1,
+         "k1=x\nk2=v2\r\n[s]\r\nm=1\r\n"},
+        {crlf, [](const char *p) { return VELKCFileRemoveKey(p, "k2"); }, 1, "k1=v1\r\n[s]\r\nm=1\r\n"},
+        // A suffix must stand right before the "\n": the "\r" is in the way.
+        {crlf, [](const char *p) { return VELKCFileSetLine(p, "v2", "x", MATCH_FLAG_SUFFIX); }, 0, crlf},
+        // "\r" after the "]" is white space: the header still names the section.
+        {crlf, [](const char *p) { return VELKCIFileModifySection(p, "s", nullptr, nullptr, 0, nullptr); }, 1,
+         "k1=v1\r\nk2=v2\r\n"},
+        {prefixes, [](const char *p) { return VELKCFileSetKeyValue(p, "key", "x", nullptr); }, 1,
+         "key1=a\nkey=x\nkey.sub=c\n"},
+        {prefixes, [](const char *p) { return VELKCFileRemoveKey(p, "key"); }, 2, "key1=a\nkey.sub=c\n"},
+        {prefixes, [](const char *p) { return VELKCFileRemoveKey(p, "ke"); }, 0, prefixes},
+        {prefixes, [](const char *p) { return VELKCFileAppendKey(p, "key1", "x", nullptr); }, 0, prefixes},
+        {prefixes, [](const char *p) { return VELKCFileAppendKey(p, "ke", "x", nullptr); }, 1,
+         "key1=a\nkey=b\nkey.sub=c\n key = d\nke=x\n"},
+        // An empty pattern stands in every line, a last line of blanks too.
+        {"a\n#b\n  ", [](const char *p) { return VELKCFileLineComment(p, "", 0); }, 1, "#a\n#b\n#  "},
+    };
+    for (const EditCase &c : cases) {
+        EXPECT_EQ(After(c.before, c.result, c.edit), c.after) << "on \"" << c.before << '"';
+    }
 }
 
 TEST_F(Writers, VeryLongLinesSurviveUnchanged)
@@ -183,7 +281,6 @@ TEST_F(Writers, VeryLongLinesSurviveUnchanged)
     const std::string text = "k1=v1\n" + longLine + "k2=v2\n";
     EXPECT_TRUE(After(text, 1, [](const char *p) { return VELKCFileSetKeyValue(p, "k2", "x", nullptr); }) ==
                 "k1=v1\n" + longLine + "k2=x\n");
-    EXPECT_TRUE(After(text, 1, [](const char *p) { return VELKCFileRemoveKey(p, "k1"); }) == longLine + "k2=v2\n");
     EXPECT_TRUE(After(text + longLine, 2, [](const char *p) { return VELKCFileRemoveKey(p, "long"); }) ==
                 "k1=v1\nk2=v2\n");
     // Every "aa" of the long line is one replacement.
@@ -196,48 +293,22 @@ TEST_F(Writers, VeryLongLinesSurviveUnchanged)
 // around the end of the first 64 KiB read.
 TEST_F(Writers, KeyLinesAcrossTheReadBufferEnd)
 {
+    const PairHash keys{{"new", "n"}};
+    const PairHash drop{{"mid", ""}};
     for (std::size_t offset = 65520; offset < 65552; ++offset) {
+        SCOPED_TRACE(offset);
         const std::string head = "f=" + std::string(offset - 3, 'x') + "\nzk=k\n";
         const std::string text = head + "k=old\nmid=1\n k =dup\nk2=v";
         char value[8] = "";
         WriteFile(Path("conf"), text);
-        ASSERT_EQ(VELKCFileGetKeyValue(Path("conf").c_str(), "k", value, sizeof value, 0), 4) << offset;
+        ASSERT_EQ(VELKCFileGetKeyValue(Path("conf").c_str(), "k", value, sizeof value, 0), 4);
         ASSERT_STREQ(value, "old");
         ASSERT_EQ(After(text, 1, [](const char *p) { return VELKCFileSetKeyValue(p, "k", "new", nullptr); }),
-                  head + "k=new\nmid=1\nk2=v") << offset;
+                  head + "k=new\nmid=1\nk2=v");
         ASSERT_EQ(After(text, 2, [](const char *p) { return VELKCFileRemoveKey(p, "k"); }), head + "mid=1\nk2=v");
-        SzHash *keys = VELKCSzHashAlloc(0);
-        SzHash *drop = VELKCSzHashAlloc(0);
-        VELKCSzHashSetValue(&keys, "new", "n");
-        VELKCSzHashSetValue(&drop, "mid", "");
-        ASSERT_EQ(After(text, 1, [&](const char *p) { return VELKCFileSetKeys(p, keys, drop, nullptr); }),
-                  head + "k=old\n k =dup\nk2=v\nnew=n\n") << offset;
-        VELKCSzHashFree(keys);
-        VELKCSzHashFree(drop);
+        ASSERT_EQ(After(text, 1, [&](const char *p) { return VELKCFileSetKeys(p, keys.get(), drop.get(), nullptr); }),
+                  head + "k=old\n k =dup\nk2=v\nnew=n\n");
     }
-}
-
-TEST_F(Writers, KeysThatArePrefixesOfOtherKeys)
-{
-    const std::string text = "key1=a\nkey=b\nkey.sub=c\n key = d\n";
-    EXPECT_EQ(After(text, 1, [](const char *p) { return VELKCFileSetKeyValue(p, "key", "x", nullptr); }),
-              "key1=a\nkey=x\nkey.sub=c\n");
-    EXPECT_EQ(After(text, 2, [](const char *p) { return VELKCFileRemoveKey(p, "key"); }), "key1=a\nkey.sub=c\n");
-    EXPECT_EQ(After(text, 0, [](const char *p) { return VELKCFileRemoveKey(p, "ke"); }), text);
-    EXPECT_EQ(After(text, 0, [](const char *p) { return VELKCFileAppendKey(p, "key1", "x", nullptr); }), text);
-    EXPECT_EQ(VELKCErrGet(), ERR_KEY_EXISTS);
-    EXPECT_EQ(After(text, 1, [](const char *p) { return VELKCFileAppendKey(p, "ke", "x", nullptr); }), text + "ke=x\n");
-}
-
-TEST_F(Writers, NegativeFlagsOfSetLineMatchNoLine)
-{
-    // The matcher refuses the flags line by line, so no line matches and the
-    // file stays as it was; a missing file is still created.
-    EXPECT_EQ(After(kBase, 0, [](const char *p) { return VELKCFileSetLine(p, "k1", "x", -1); }), kBase);
-    EXPECT_EQ(VELKCErrGet(), ERR_KEY_NOT_FOUND);
-    ResetError();
-    EXPECT_EQ(VELKCFileSetLine(Path("missing").c_str(), "k1", "x", -1), 1);
-    EXPECT_EQ(ReadFile(Path("missing")), "x\n");
 }
 
 TEST_F(Writers, UnreadableTargetsFailAndAreNeverNotFound)
@@ -251,22 +322,15 @@ TEST_F(Writers, UnreadableTargetsFailAndAreNeverNotFound)
     EXPECT_EQ(VELKCFileGetKeyValue(link.c_str(), "k", value, sizeof value, 0), -1);
     EXPECT_EQ(VELKCErrGet(), ERR_READ_FAILED);
     EXPECT_EQ(VELKCFileCheckKeyValue(link.c_str(), "k", "v", 7), 0);
-    for (const auto &call : {+[](const char *p) { return VELKCFileRemoveKey(p, "k"); },
-                             +[](const char *p) { return VELKCFileSetKeyValue(p, "k", "v", nullptr); },
-                             +[](const char *p) { return VELKCFileReplaceSubStr(p, "a", "b"); }}) {
+    for (const Edit edit : {+[](const char *p) { return VELKCFileRemoveKey(p, "k"); },
+                            +[](const char *p) { return VELKCFileSetKeyValue(p, "k", "v", nullptr); },
+                            +[](const char *p) { return VELKCFileReplaceSubStr(p, "a", "b"); }}) {
         ResetError();
-        EXPECT_EQ(call(link.c_str()), -1);
+        EXPECT_EQ(edit(link.c_str()), -1);
         EXPECT_NE(VELKCErrGet(), ERR_KEY_NOT_FOUND);
     }
     EXPECT_EQ(ListDir(dir_), std::set<std::string>{"unreadable"});
     EXPECT_TRUE(fs::is_symlink(link));
-}
-
-TEST_F(Writers, EmptyPatternCommentsEveryLine)
-{
-    // An empty pattern stands in every line, a last line of blanks included;
-    // lines already commented stay as they are.
-    EXPECT_EQ(After("a\n#b\n  ", 1, [](const char *p) { return VELKCFileLineComment(p, "", 0); }), "#a\n#b\n#  ");
 }
 
 } // namespace

@@ -1,13 +1,10 @@
 // Forking while other threads are inside the Unicode functions: every child
 // must still be able to use them, prepare itself and exec.
-#include <velkc.h>
-
-#include <gtest/gtest.h>
+#include "support.hpp"
 
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <poll.h>
 #include <sys/syscall.h>
@@ -15,6 +12,8 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
+
+using namespace test;
 
 namespace {
 
@@ -25,7 +24,7 @@ constexpr const char *kTexts[] = {
 constexpr std::size_t kTextCount = std::size(kTexts);
 
 // Threads comparing and upper-casing text until the object goes away.
-class BusyThreads {
+class BusyThreads : NoCopy {
 public:
     explicit BusyThreads(unsigned n)
     {
@@ -33,8 +32,6 @@ public:
             threads_.emplace_back([this, i] { Run(i); });
         }
     }
-    BusyThreads(const BusyThreads &) = delete;
-    BusyThreads &operator=(const BusyThreads &) = delete;
     ~BusyThreads()
     {
         stop_ = true;
@@ -88,7 +85,7 @@ int UseUnicode(bool envCleared)
 
 TEST(ForkSafety, ChildrenOfABusyProcessFinish)
 {
-    setenv("VELKC_FORK_MARKER", "1", 1);
+    const EnvGuard marker("VELKC_FORK_MARKER", "1");
     constexpr int kBatches = 125;
     constexpr int kBatchSize = 8; // children run side by side: fewer waits for the scheduler
     int hung = 0;
@@ -118,7 +115,6 @@ TEST(ForkSafety, ChildrenOfABusyProcessFinish)
             }
         }
     }
-    unsetenv("VELKC_FORK_MARKER");
     std::printf("%d forks, %d hung, %d failed\n", kBatches * kBatchSize, hung, failed);
     EXPECT_EQ(hung, 0);
     EXPECT_EQ(failed, 0);

@@ -2,12 +2,14 @@
 // from the word-sum home slot: random operation sequences over patterned
 // and random keys must give the same slot indices, slot states, growth
 // points and sizes, and the same answers from the lookups.
+#include "file/owned_container.hpp"
 #include <velkc.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -163,6 +165,9 @@ void ExpectSameSlots(const Model &m, const Block *p)
         if (s.state == State::Live) {
             ASSERT_NE(slot.pszKey, nullptr) << "slot " << i;
             ASSERT_EQ(slot.pszKey, s.key) << "slot " << i;
+            if constexpr (requires { slot.pszVal; }) {
+                ASSERT_EQ(slot.pszVal, s.value) << "slot " << i;
+            }
         } else {
             ASSERT_EQ(slot.pszKey, nullptr) << "slot " << i;
             if constexpr (requires { slot.fUsed; }) {
@@ -239,6 +244,23 @@ void ClearModel(Model &m, bool keepTombstones)
     m.cbFree = m.cbSpace;
 }
 
+// The keys list(ppList) gives, into a list holding one item already, are
+// the live keys of the model; list answers whether it succeeded.
+template <typename List>
+void ExpectListed(const Model &m, List list)
+{
+    velkc::OwnedList listed(VELKCSzListAlloc(512));
+    VELKCSzListPush(listed.address(), "before");
+    ASSERT_TRUE(list(listed.address()));
+    std::multiset<std::string> want{"before"};
+    for (const RefSlot &s : m.slots) {
+        if (s.state == State::Live) {
+            want.insert(s.key);
+        }
+    }
+    EXPECT_EQ(std::multiset<std::string>(listed->pszItem, listed->pszItem + listed->nItem), want);
+}
+
 class HashModel : public ::testing::TestWithParam<ModelParam> {};
 
 TEST_P(HashModel, TableMatchesTheProbeModel)
@@ -257,10 +279,15 @@ TEST_P(HashModel, TableMatchesTheProbeModel)
             ASSERT_EQ(VELKCSzHashRemoveKey(p, key.c_str()) != nullptr, m.Find(key) >= 0);
             m.Remove(key);
             break;
-        case Op::Query:
-            ASSERT_EQ(VELKCGetLookDict(p, key.c_str()), m.Find(key));
+        case Op::Query: {
+            const int idx = m.Find(key);
+            ASSERT_EQ(VELKCGetLookDict(p, key.c_str()), idx);
             ASSERT_EQ(VELKCSetLookDict(p, key.c_str()), m.Probe(key));
+            const char *value = VELKCSzHashGetValue(p, key.c_str());
+            ASSERT_EQ(value != nullptr, idx >= 0);
+            ASSERT_TRUE(idx < 0 || value == m.slots[static_cast<size_t>(idx)].value);
             break;
+        }
         case Op::Clear:
             VELKCHashRemoveAll(p);
             ClearModel(m, true);
@@ -268,6 +295,7 @@ TEST_P(HashModel, TableMatchesTheProbeModel)
         }
         ASSERT_EQ(VELKCSzHashPairNum(p), m.count);
     });
+    ExpectListed(m, [&](SzList **ppList) { return VELKCSzHashEnumKey(p, ppList) == m.count; });
     VELKCSzHashFree(p);
 }
 
@@ -297,6 +325,7 @@ TEST_P(HashModel, SetMatchesTheProbeModel)
         }
         ASSERT_EQ(VELKCSzHashSetItemNum(p), m.count);
     });
+    ExpectListed(m, [&](SzList **ppList) { return VELKCSzHashSetToList(p, ppList) == 0; });
     VELKCSzHashSetFree(p);
 }
 

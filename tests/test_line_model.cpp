@@ -1,19 +1,14 @@
 // The line model: line, key, token-list and section matching, and the
 // key/value format check.
-#include <velkc.h>
+#include "support.hpp"
 
-#include <gtest/gtest.h>
 #include <functional>
 #include <string>
 #include <tuple>
 
-namespace {
+using test::ExpectError;
 
-void ExpectError(unsigned code, const char *file)
-{
-    EXPECT_EQ(VELKCErrGet(), code);
-    EXPECT_STREQ(VELKCErrorGetFile(), file);
-}
+namespace {
 
 // VELKCILineKeyMatch on a copy; returns the result and leaves the cut copy.
 int KeyMatch(const char *line, const char *key, std::string *cut = nullptr)

@@ -1,12 +1,12 @@
-// The string list: block accounting and growth, holes, sort modes, and
+// The string list: growth, holes, sort modes, and
 // And/Or checked against a set model.
+#include "file/owned_container.hpp"
 #include <velkc.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -14,125 +14,63 @@
 
 namespace {
 
-struct ListDeleter {
-    void operator()(SzList *p) const { VELKCSzListFree(p); }
+using ListPtr = velkc::OwnedList;
+
+// A list holding items, sorted by mode.
+struct List : ListPtr {
+    explicit List(const std::vector<std::string> &items = {}, int mode = OP_UNSORTED) : ListPtr(VELKCSzListAlloc(0))
+    {
+        for (const std::string &s : items) {
+            EXPECT_GE(VELKCSzListPush(address(), s.c_str()), 0);
+        }
+        VELKCSzListSortItems(get(), mode);
+    }
 };
-using ListPtr = std::unique_ptr<SzList, ListDeleter>;
 
-// Pushes through a handle that growth may replace.
-void Push(ListPtr &list, const std::string &s)
-{
-    SzList *p = list.release();
-    ASSERT_GE(VELKCSzListPush(&p, s.c_str()), 0);
-    list.reset(p);
-}
+std::vector<std::string> Items(const SzList *p) { return {p->pszItem, p->pszItem + p->nItem}; }
 
-ListPtr MakeList(const std::vector<std::string> &items, int mode = OP_UNSORTED)
-{
-    ListPtr list(VELKCSzListAlloc(0));
-    for (const std::string &s : items) {
-        Push(list, s);
-    }
-    VELKCSzListSortItems(list.get(), mode);
-    return list;
-}
-
-std::vector<std::string> Items(const SzList *p)
-{
-    return std::vector<std::string>(p->pszItem, p->pszItem + p->nItem);
-}
-
-// Bytes the header, slots and strings take: what cbFree must account for.
-int AccountedBytes(const SzList *p)
-{
-    int cb = 32;
-    for (int i = 0; i < p->nItem; ++i) {
-        cb += 8 + (p->pszItem[i] == p->pszEmpty ? 0 : int(std::strlen(p->pszItem[i])) + 1);
-    }
-    return cb;
-}
-
-TEST(SzList, AllocRaisesSmallSizes)
-{
-    for (int size : {0, -5, 511}) {
-        ListPtr list(VELKCSzListAlloc(size));
-        ASSERT_NE(list, nullptr);
-        EXPECT_EQ(list->cbSize, 512);
-        EXPECT_EQ(list->cbFree, 480);
-        EXPECT_EQ(*list->pszEmpty, '\0');
-    }
-}
-
-TEST(SzList, GrowsByDoublingAndKeepsAccounting)
+// Texts of every length up to and past the first block, and random ones,
+// so that pushes land exactly at and around each growth point.
+TEST(SzList, PushesAcrossGrowthKeepEveryItem)
 {
     std::mt19937 rng(7);
     std::vector<std::string> texts;
-    ListPtr list(VELKCSzListAlloc(512));
-    for (int i = 0; i < 3000; ++i) {
-        texts.emplace_back(rng() % 200, char('a' + i % 26));
-        Push(list, texts.back());
-        ASSERT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
-        ASSERT_GE(list->cbFree, 0);
+    for (std::size_t len = 0; len < 3000; ++len) {
+        texts.emplace_back(len < 600 ? len : rng() % 200, char('a' + len % 26));
     }
+    texts.emplace_back(5000, 'z');
+    const List list(texts);
+    EXPECT_GE(list->cbFree, 0);
     EXPECT_EQ(Items(list.get()), texts);
-    EXPECT_EQ(list->cbSize & (list->cbSize - 1), 0) << "sizes stay 512 times a power of two";
-}
-
-TEST(SzList, ExactFitDoesNotGrowAndNextPushDoes)
-{
-    ListPtr list(VELKCSzListAlloc(512));
-    Push(list, std::string(480 - 9, 'x')); // costs exactly the 480 free bytes
-    EXPECT_EQ(list->cbSize, 512);
-    EXPECT_EQ(list->cbFree, 0);
-    EXPECT_EQ(*list->pszEmpty, '\0');
-    EXPECT_EQ(std::strlen(list->pszItem[0]), 471u);
-    Push(list, "y");
-    EXPECT_EQ(list->cbSize, 1024);
-}
-
-TEST(SzList, PushNeedingSeveralDoublingsGrowsUntilItFits)
-{
-    ListPtr list(VELKCSzListAlloc(512));
-    Push(list, std::string(5000, 'z'));
-    EXPECT_EQ(list->cbSize, 8192);
-    EXPECT_EQ(list->cbFree, 8192 - 32 - 8 - 5001);
 }
 
 TEST(SzList, InsertBeyondEndLeavesHolesThatSurviveExpandAndClean)
 {
     ListPtr list(VELKCSzListAlloc(512));
-    SzList *p = list.release();
-    ASSERT_EQ(VELKCSzListInsert(&p, 5, "five"), 5);
-    ASSERT_EQ(VELKCSzListInsert(&p, 7, ""), 7); // a real empty string, not a hole
-    list.reset(p);
+    ASSERT_EQ(VELKCSzListInsert(list.address(), 5, "five"), 5);
+    ASSERT_EQ(VELKCSzListInsert(list.address(), 7, ""), 7); // a real empty string, not a hole
     EXPECT_EQ(list->nItem, 8);
-    EXPECT_EQ(list->cbFree, 480 - (5 * 8 + 13) - (8 + 9)); // holes 0-4 and 6 cost a slot each
     EXPECT_EQ(VELKCSzListFind(list.get(), ""), 7);
     EXPECT_STREQ(VELKCSzListGet(list.get(), 6), "");
 
-    list.reset(VELKCISzListExpand(list.release()));
-    ASSERT_NE(list, nullptr);
-    EXPECT_EQ(list->cbSize, 1024);
+    SzList *expanded = VELKCISzListExpand(list.get());
+    ASSERT_NE(expanded, nullptr);
+    *list.address() = expanded;
     for (int i : {0, 1, 2, 3, 4, 6}) {
         EXPECT_EQ(list->pszItem[i], list->pszEmpty) << i;
     }
-    EXPECT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
-
     EXPECT_EQ(VELKCSzListClean(list.get()), 2);
     EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"five", ""}));
-    EXPECT_EQ(list->cbFree, list->cbSize - AccountedBytes(list.get()));
 }
 
 TEST(SzList, SortedInsertKeepsOrderAndDuplicates)
 {
     for (int mode : {OP_SORTED, OP_UNICODE_SORTED}) {
-        ListPtr list = MakeList({}, mode);
+        List list({}, mode);
         std::mt19937 rng(mode);
         for (int i = 0; i < 300; ++i) {
             const std::string s = (i % 2 ? "k" : "K") + std::to_string(rng() % 50);
-            SzList *p = list.release();
-            const int at = VELKCSzListInsert(&p, 0, s.c_str()); // the index is ignored
-            list.reset(p);
+            const int at = VELKCSzListInsert(list.address(), 0, s.c_str()); // the index is ignored
             ASSERT_GE(at, 0);
             ASSERT_STREQ(list->pszItem[at], s.c_str());
         }
@@ -147,10 +85,8 @@ TEST(SzList, SortedInsertKeepsOrderAndDuplicates)
 
 TEST(SzList, SortItemsSortsOnlyUnsortedLists)
 {
-    ListPtr list = MakeList({"b", "C", "a"});
-    SzList *p = list.release();
-    ASSERT_EQ(VELKCSzListInsert(&p, 4, "D"), 4); // leaves a hole at 3
-    list.reset(p);
+    List list({"b", "C", "a"});
+    ASSERT_EQ(VELKCSzListInsert(list.address(), 4, "D"), 4); // leaves a hole at 3
 
     VELKCSzListSortItems(list.get(), OP_SORTED);
     EXPECT_EQ(Items(list.get()), (std::vector<std::string>{"C", "D", "a", "b"}));
@@ -170,25 +106,25 @@ TEST(SzList, SortItemsSortsOnlyUnsortedLists)
 // the binary search meets first in a sorted list.
 TEST(SzList, FindPicksAmongDuplicates)
 {
-    ListPtr unsorted = MakeList({"bc", "b", "ab", "b", "bd", "b"});
+    List unsorted({"bc", "b", "ab", "b", "bd", "b"});
     EXPECT_EQ(VELKCSzListFind(unsorted.get(), "b"), 1);
     EXPECT_EQ(VELKCSzListFind(unsorted.get(), "bd"), 4);
     EXPECT_EQ(VELKCSzListFind(unsorted.get(), "bb"), -1);
     EXPECT_EQ(VELKCSzListFind(unsorted.get(), ""), -1);
-    ListPtr sorted = MakeList({"a", "b", "b", "b", "b", "b", "c", "d"}, OP_SORTED);
+    List sorted({"a", "b", "b", "b", "b", "b", "c", "d"}, OP_SORTED);
     EXPECT_EQ(VELKCSzListFind(sorted.get(), "b"), 3);
     EXPECT_EQ(VELKCSzListFind(sorted.get(), "d"), 7);
     EXPECT_EQ(VELKCSzListFind(sorted.get(), "bb"), -1);
     EXPECT_EQ(VELKCSzListFindIndex(sorted.get(), 7, 0, "bb", 0), ~6);
-    ListPtr caseless = MakeList({"a", "B", "b", "B", "c"}, OP_UNICODE_SORTED);
+    List caseless({"a", "B", "b", "B", "c"}, OP_UNICODE_SORTED);
     EXPECT_EQ(VELKCSzListCaseFind(caseless.get(), "b"), 2);
     EXPECT_EQ(VELKCSzListFindIndex(caseless.get(), 4, 0, "\xff", 1), ~0);
 }
 
 TEST(SzList, FindRefusesTheOtherSortedMode)
 {
-    ListPtr sorted = MakeList({"x"}, OP_SORTED);
-    ListPtr caseless = MakeList({"x"}, OP_UNICODE_SORTED);
+    List sorted({"x"}, OP_SORTED);
+    List caseless({"x"}, OP_UNICODE_SORTED);
     VELKCErrSetEx(0, "test", 0);
     EXPECT_EQ(VELKCSzListCaseFind(sorted.get(), "x"), -1);
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
@@ -242,16 +178,16 @@ TEST_P(SzListCombine, MatchesSetModel)
         const std::multiset<std::string> wantOr(either.begin(), either.end());
         const bool bothSorted = mode1 != OP_UNSORTED && mode2 != OP_UNSORTED;
 
-        ListPtr l1 = MakeList(a, mode1);
-        ListPtr l2 = MakeList(b, mode2);
+        List l1(a, mode1);
+        List l2(b, mode2);
         ListPtr andNew(VELKCSzListAnd(l1.get(), l2.get(), OP_NEW_LIST));
-        ASSERT_NE(andNew, nullptr);
+        ASSERT_TRUE(andNew);
         EXPECT_EQ(AsSet(andNew.get()), wantAnd);
         EXPECT_EQ(andNew->fMode, bothSorted ? mode1 : OP_UNSORTED);
 
         SzList *p1 = l1.get();
         ListPtr orNew(VELKCSzListOr(&p1, l2.get(), OP_NEW_LIST));
-        ASSERT_NE(orNew, nullptr);
+        ASSERT_TRUE(orNew);
         EXPECT_EQ(AsSet(orNew.get()), wantOr);
         EXPECT_EQ(orNew->fMode, bothSorted ? mode1 : OP_UNSORTED);
         // The inputs of a new-list call are left as they were.
@@ -262,10 +198,9 @@ TEST_P(SzListCombine, MatchesSetModel)
         EXPECT_EQ(AsSet(l1.get()), wantAnd);
         EXPECT_EQ(l1->fMode, mode1);
 
-        ListPtr l3 = MakeList(a, mode1);
-        SzList *p3 = l3.release();
-        ASSERT_EQ(VELKCSzListOr(&p3, l2.get(), 0), p3);
-        l3.reset(p3);
+        List l3(a, mode1);
+        const SzList *result = VELKCSzListOr(l3.address(), l2.get(), 0);
+        ASSERT_EQ(result, l3.get());
         EXPECT_EQ(AsSet(l3.get()), wantOr);
         EXPECT_EQ(l3->fMode, mode1);
         if (mode1 == OP_SORTED) {
@@ -289,8 +224,8 @@ INSTANTIATE_TEST_SUITE_P(AllModes, SzListCombine,
 // each item, Or the larger.
 TEST(SzList, MergeOfSortedListsCountsDuplicates)
 {
-    ListPtr l1 = MakeList({"a", "a", "b", "c", "c", "c"}, OP_SORTED);
-    ListPtr l2 = MakeList({"a", "c", "c", "d", "d"}, OP_SORTED);
+    List l1({"a", "a", "b", "c", "c", "c"}, OP_SORTED);
+    List l2({"a", "c", "c", "d", "d"}, OP_SORTED);
     ListPtr andNew(VELKCSzListAnd(l1.get(), l2.get(), OP_NEW_LIST));
     EXPECT_EQ(Items(andNew.get()), (std::vector<std::string>{"a", "c", "c"}));
     SzList *p1 = l1.get();
@@ -301,13 +236,12 @@ TEST(SzList, MergeOfSortedListsCountsDuplicates)
 // An unknown flag works on list1 but never removes from it.
 TEST(SzList, UnknownFlagNeverRemoves)
 {
-    ListPtr l1 = MakeList({"x", "y"});
-    ListPtr l2 = MakeList({"y", "z"}, OP_SORTED);
+    List l1({"x", "y"});
+    List l2({"y", "z"}, OP_SORTED);
     ASSERT_EQ(VELKCSzListAnd(l1.get(), l2.get(), 255), l1.get());
     EXPECT_EQ(Items(l1.get()), (std::vector<std::string>{"x", "y"}));
-    SzList *p1 = l1.release();
-    ASSERT_EQ(VELKCSzListOr(&p1, l2.get(), 255), p1);
-    l1.reset(p1);
+    const SzList *result = VELKCSzListOr(l1.address(), l2.get(), 255);
+    ASSERT_EQ(result, l1.get());
     EXPECT_EQ(Items(l1.get()), (std::vector<std::string>{"x", "y", "y", "z"}));
 }
 
