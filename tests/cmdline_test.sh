@@ -49,6 +49,18 @@ expect_suites() {
     fi
 }
 
+# check NAME COMMAND...: passes when COMMAND does.
+check() {
+    local name=$1
+    shift
+    if "$@"; then
+        echo "ok   $name"
+    else
+        echo "FAIL $name"
+        failed=1
+    fi
+}
+
 LIST=$'Configured test suites:\n\tbdb\n\tcrypt\n\tfile\n\thash\n\thashset\n\tlist\n\tproc\n\tstring\n\tunicode'
 USAGE=$'Usage: kovacore_check\n\t-a:\t\tRun all configured tests.\n\t-s test1,...:\tRun selected configured tests.\n\t-S test1,...:\tSkip selected configured tests.\n\t-v:\t\tAdd verbose output.\n\t-v -v:\tMost verbose output.\n\t-l:\t\tList all configured tests..\n\t-d:\t\tRun nofork mode. For debug.'"
 $LIST"
@@ -64,14 +76,7 @@ expect "-s nosuch" 0 "" -s nosuch
 expect "-S only" 0 "" -S list
 expect "-s then -S" 0 "" -s hash -S hash
 
-diagnostic=$("$BIN" -x 2>&1 >/dev/null)
-if grep -q "invalid option -- 'x'" <<<"$diagnostic"; then
-    echo "ok   unknown option reported by getopt"
-else
-    echo "FAIL unknown option: no getopt diagnostic"
-    failed=1
-fi
-
+check "unknown option reported by getopt" grep -q "invalid option -- 'x'" <<<"$("$BIN" -x 2>&1 >/dev/null)"
 expect_suites "-s list,,hash" "HASH LIST" -s list,,hash
 expect_suites "-s bdb,crypt,proc" "BDB CRYPT PROC" -s bdb,crypt,proc
 expect_suites "-a -S file" "BDB CRYPT HASH HASHSET LIST PROC STRING UNICODE" -a -S file
@@ -79,20 +84,9 @@ expect_suites "-S file -a" "BDB CRYPT FILE HASH HASHSET LIST PROC STRING UNICODE
 expect_suites "-s unicode -d" "UNICODE" -s unicode -d
 
 # Print modes: -v -v -v -v clamps to the most verbose mode, which lists
-# every passed test.
-verbose=$("$BIN" -v -v -v -v -s unicode 2>/dev/null)
-if grep -q ':P:UNICODE:KOVACodepageValueParse_trk:' <<<"$verbose"; then
-    echo "ok   -v -v -v -v lists passed tests"
-else
-    echo "FAIL -v -v -v -v: passed tests not listed"
-    failed=1
-fi
-minimal=$("$BIN" -s unicode 2>/dev/null)
-if ! grep -q ':P:' <<<"$minimal"; then
-    echo "ok   default print mode is minimal"
-else
-    echo "FAIL default print mode lists passed tests"
-    failed=1
-fi
+# every passed test; the default lists none.
+check "-v -v -v -v lists passed tests" grep -q ':P:UNICODE:KOVACodepageValueParse_trk:' \
+    <<<"$("$BIN" -v -v -v -v -s unicode 2>/dev/null)"
+check "default print mode is minimal" bash -c '! grep -q ":P:"' <<<"$("$BIN" -s unicode 2>/dev/null)"
 
 exit $failed

@@ -1,10 +1,12 @@
-// Support for the configuration-file tests: every reader and every writer
-// called with typical arguments on a file like kBase, and the containers
-// such a call needs.
+// Support for the configuration-file tests: a scratch directory for each
+// test, every reader and every writer called with typical arguments on a
+// file like kBase, and the containers such a call needs.
 #pragma once
 
 #include "file/owned_container.hpp"
 #include "support.hpp"
+
+#include <gtest/gtest.h>
 
 #include <initializer_list>
 #include <string>
@@ -27,6 +29,22 @@ inline const std::string kLarge = [] {
     }
     return text + "#" + std::string(kSize - text.size() - kBase.size() - 2, 'x') + "\n" + kBase;
 }();
+
+// A test with a scratch directory of its own.
+class ScratchTest : public ::testing::Test {
+protected:
+    fs::path Path(const fs::path &name) const { return dir_ / name; }
+
+    TempDir scratch_;
+    const fs::path &dir_ = scratch_.path();
+};
+
+// The record holds code, set in the source file named source.
+inline void ExpectError(unsigned code, const char *source)
+{
+    EXPECT_EQ(VELKCErrGet(), code);
+    EXPECT_STREQ(VELKCErrorGetFile(), source);
+}
 
 using velkc::OwnedHash;
 using velkc::OwnedList;

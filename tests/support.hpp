@@ -1,12 +1,11 @@
-// Support for the project tests: guards that put back the process state a
-// test changes (umask, environment variables, current directory, resource
-// limits, signal dispositions), a scratch directory removed with all it
-// holds, whole-file reads and writes, forked children and the error record.
+// Support for the project tests and the fuzz targets: guards that put back
+// the process state a test changes (umask, environment variables, current
+// directory, resource limits, signal dispositions), a scratch directory
+// removed with all it holds, whole-file reads and writes, and forked
+// children. Failures throw, which a test reports and a fuzz target dies of.
 #pragma once
 
 #include <velkc.h>
-
-#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
@@ -18,6 +17,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -28,7 +28,6 @@ namespace test {
 
 namespace fs = std::filesystem;
 
-// The guards below restore what they changed when they go out of scope.
 class NoCopy {
 public:
     NoCopy() = default;
@@ -36,74 +35,60 @@ public:
     NoCopy &operator=(const NoCopy &) = delete;
 };
 
-class UmaskGuard : NoCopy {
+// Puts back what a test changed when it goes out of scope. The functions
+// below change one piece of process state each and return its guard.
+class Guard : NoCopy {
 public:
-    explicit UmaskGuard(mode_t mask) : saved_(umask(mask)) {}
-    ~UmaskGuard() { umask(saved_); }
+    explicit Guard(std::function<void()> restore) : restore_(std::move(restore)) {}
+    ~Guard() { restore_(); }
 
 private:
-    mode_t saved_;
+    std::function<void()> restore_;
 };
+
+[[nodiscard]] inline Guard SetUmask(mode_t mask)
+{
+    return Guard([saved = umask(mask)] { umask(saved); });
+}
 
 // Sets an environment variable, or unsets it for a null value.
-class EnvGuard : NoCopy {
-public:
-    EnvGuard(const char *name, const char *value) : name_(name)
-    {
-        if (const char *old = std::getenv(name)) {
-            saved_ = old;
-        }
-        Put(value);
-    }
-    ~EnvGuard() { Put(saved_ ? saved_->c_str() : nullptr); }
+[[nodiscard]] inline Guard SetEnv(const std::string &name, const char *value)
+{
+    const auto put = [name](const char *v) { v != nullptr ? setenv(name.c_str(), v, 1) : unsetenv(name.c_str()); };
+    const char *old = std::getenv(name.c_str());
+    std::optional<std::string> saved = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
+    put(value);
+    return Guard([put, saved] { put(saved ? saved->c_str() : nullptr); });
+}
 
-private:
-    void Put(const char *value) const { value ? setenv(name_.c_str(), value, 1) : unsetenv(name_.c_str()); }
-
-    std::string name_;
-    std::optional<std::string> saved_;
-};
-
-class CurrentDirGuard : NoCopy {
-public:
-    explicit CurrentDirGuard(const fs::path &dir) : saved_(fs::current_path()) { fs::current_path(dir); }
-    ~CurrentDirGuard() { fs::current_path(saved_); }
-
-private:
-    fs::path saved_;
-};
+[[nodiscard]] inline Guard ChangeDir(const fs::path &dir)
+{
+    const fs::path saved = fs::current_path();
+    fs::current_path(dir);
+    return Guard([saved] { fs::current_path(saved); });
+}
 
 // Lowers the soft limit of a resource; raising it back needs no privilege.
-class RlimitGuard : NoCopy {
-public:
-    RlimitGuard(int resource, rlim_t soft) : resource_(resource)
-    {
-        getrlimit(resource, &saved_);
-        const rlimit lowered{soft, saved_.rlim_max};
-        EXPECT_EQ(setrlimit(resource, &lowered), 0);
+[[nodiscard]] inline Guard LowerLimit(int resource, rlim_t soft)
+{
+    rlimit saved{};
+    getrlimit(resource, &saved);
+    const rlimit lowered{soft, saved.rlim_max};
+    if (setrlimit(resource, &lowered) != 0) {
+        throw std::system_error(errno, std::generic_category(), "setrlimit");
     }
-    ~RlimitGuard() { setrlimit(resource_, &saved_); }
+    return Guard([resource, saved] { setrlimit(resource, &saved); });
+}
 
-private:
-    int resource_;
-    rlimit saved_{};
-};
-
-class SignalGuard : NoCopy {
-public:
-    SignalGuard(int signal, void (*handler)(int), int flags = 0) : signal_(signal)
-    {
-        struct sigaction action {};
-        action.sa_handler = handler;
-        action.sa_flags = flags;
-        sigaction(signal, &action, &saved_);
-    }
-    ~SignalGuard() { sigaction(signal_, &saved_, nullptr); }
-
-private:
-    int signal_;
-    struct sigaction saved_ {};
-};
+[[nodiscard]] inline Guard SetSignal(int signal, void (*handler)(int), int flags = 0)
+{
+    struct sigaction action {};
+    struct sigaction saved {};
+    action.sa_handler = handler;
+    action.sa_flags = flags;
+    sigaction(signal, &action, &saved);
+    return Guard([signal, saved] { sigaction(signal, &saved, nullptr); });
+}
 
 // A fresh directory, removed with everything in it.
 class TempDir : NoCopy {
@@ -112,7 +97,7 @@ public:
     {
         std::string name = (parent / "velkc-test-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
-            throw fs::filesystem_error("mkdtemp", name, std::error_code(errno, std::generic_category()));
+            throw std::system_error(errno, std::generic_category(), "mkdtemp " + name);
         }
         path_ = name;
     }
@@ -129,15 +114,6 @@ private:
     fs::path path_;
 };
 
-// A test with a scratch directory of its own.
-class ScratchTest : public ::testing::Test {
-protected:
-    fs::path Path(const fs::path &name) const { return dir_ / name; }
-
-    TempDir scratch_;
-    const fs::path &dir_ = scratch_.path();
-};
-
 inline std::string ReadFile(const fs::path &path)
 {
     // Whole buffers: sanitizer builds read large files many times over.
@@ -149,7 +125,10 @@ inline std::string ReadFile(const fs::path &path)
 
 inline void WriteFile(const fs::path &path, const std::string &text)
 {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out.write(text.data(), static_cast<std::streamsize>(text.size())).flush()) {
+        throw std::system_error(errno, std::generic_category(), "writing " + path.string());
+    }
 }
 
 inline std::set<std::string> ListDir(const fs::path &dir)
@@ -194,12 +173,5 @@ inline int ExitOfChild(const std::function<int()> &body)
 
 // Clears the error record before a call under test.
 inline void ResetError() { VELKCErrSetEx(0, "test", 0); }
-
-// The record holds code, set in the source file named source.
-inline void ExpectError(unsigned code, const char *source)
-{
-    EXPECT_EQ(VELKCErrGet(), code);
-    EXPECT_STREQ(VELKCErrorGetFile(), source);
-}
 
 } // namespace test

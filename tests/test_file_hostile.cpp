@@ -18,7 +18,7 @@ namespace {
 // Ends the program, naming the call, when a call under test blocks.
 class Watchdog : NoCopy {
 public:
-    explicit Watchdog(const char *call) : alarm_(SIGALRM, Bark)
+    explicit Watchdog(const char *call) : alarm_(SetSignal(SIGALRM, Bark))
     {
         call_ = call;
         alarm(5);
@@ -34,7 +34,7 @@ private:
         _exit(3);
     }
 
-    SignalGuard alarm_;
+    Guard alarm_;
     static inline const char *volatile call_ = "";
 };
 

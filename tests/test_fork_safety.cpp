@@ -2,6 +2,7 @@
 // must still be able to use them, prepare itself and exec.
 #include "support.hpp"
 
+#include <gtest/gtest.h>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -85,7 +86,7 @@ int UseUnicode(bool envCleared)
 
 TEST(ForkSafety, ChildrenOfABusyProcessFinish)
 {
-    const EnvGuard marker("VELKC_FORK_MARKER", "1");
+    const Guard marker = SetEnv("VELKC_FORK_MARKER", "1");
     constexpr int kBatches = 125;
     constexpr int kBatchSize = 8; // children run side by side: fewer waits for the scheduler
     int hung = 0;

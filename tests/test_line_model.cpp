@@ -1,6 +1,6 @@
 // The line model: line, key, token-list and section matching, and the
 // key/value format check.
-#include "support.hpp"
+#include "file_support.hpp"
 
 #include <functional>
 #include <string>
@@ -21,43 +21,28 @@ int KeyMatch(const char *line, const char *key, std::string *cut = nullptr)
     return result;
 }
 
-TEST(LineMatch, CommentsNeverMatch)
+// Comments, which never match, are checked by the line model's fuzz target.
+TEST(LineMatch, PrefixSuffixAnywhereAndCase)
 {
-    for (const char *line : {"#k=v\n", ";k=v\n"}) {
-        EXPECT_EQ(VELKCILineMatch(line, "k", 0), 0) << line;
-        EXPECT_EQ(VELKCILineMatch(line, "", 0), 0) << line;
-        EXPECT_EQ(VELKCILineMatch(line, line + 1, MATCH_FLAG_PREFIX), 0) << line;
+    constexpr int kPrefix = MATCH_FLAG_PREFIX;
+    constexpr int kSuffix = MATCH_FLAG_SUFFIX;
+    constexpr int kCase = MATCH_FLAG_IGNORE_CASE;
+    const std::tuple<const char *, const char *, int, int> cases[] = {
+        {"abcd\n", "bc", 0, 1}, {"abcd\n", "", 0, 1}, {"abcd\n", "ab", kPrefix, 1}, {"abcd\n", "bc", kPrefix, 0},
+        {"  # x\n", "x", 0, 1}, // leading blanks make an ordinary line
+        // The suffix ends at the last "\n" or at the end of the text; a "\r"
+        // before the newline belongs to the line.
+        {"abc\n", "abc", kSuffix, 1}, {"abc", "bc", kSuffix, 1}, {"abc\n", "abcd", kSuffix, 0},
+        {"abc\r\n", "abc", kSuffix, 0}, {"abc\r\n", "abc\r", kSuffix, 1},
+        // With both bits only the prefix counts.
+        {"abcx\n", "abc", kPrefix | kSuffix, 1}, {"xabc\n", "abc", kPrefix | kSuffix, 0},
+        {"dEfBc\n", "bc", kSuffix, 0}, {"dEfBc\n", "bc", kSuffix | kCase, 1}, {"Def\n", "dEF", kPrefix | kCase, 1},
+        // Upper-casing lengthens "ß" to "SS"; the longer text is still compared.
+        {"straße\n", "STRASSE", kSuffix | kCase, 1}, {"Ölfeld\n", "öl", kPrefix | kCase, 1},
+    };
+    for (const auto &[line, pattern, flags, want] : cases) {
+        EXPECT_EQ(VELKCILineMatch(line, pattern, flags), want) << line << " / " << pattern << " / " << flags;
     }
-    // Leading blanks make an ordinary line.
-    EXPECT_EQ(VELKCILineMatch("  # x\n", "x", 0), 1);
-}
-
-TEST(LineMatch, PrefixSuffixAndAnywhere)
-{
-    EXPECT_EQ(VELKCILineMatch("abcd\n", "bc", 0), 1);
-    EXPECT_EQ(VELKCILineMatch("abcd\n", "", 0), 1);
-    EXPECT_EQ(VELKCILineMatch("abcd\n", "ab", MATCH_FLAG_PREFIX), 1);
-    EXPECT_EQ(VELKCILineMatch("abcd\n", "bc", MATCH_FLAG_PREFIX), 0);
-    // The suffix ends at the last "\n" or at the end of the text.
-    EXPECT_EQ(VELKCILineMatch("abc\n", "abc", MATCH_FLAG_SUFFIX), 1);
-    EXPECT_EQ(VELKCILineMatch("abc", "bc", MATCH_FLAG_SUFFIX), 1);
-    EXPECT_EQ(VELKCILineMatch("abc\n", "abcd", MATCH_FLAG_SUFFIX), 0);
-    // A "\r" before the newline belongs to the line.
-    EXPECT_EQ(VELKCILineMatch("abc\r\n", "abc", MATCH_FLAG_SUFFIX), 0);
-    EXPECT_EQ(VELKCILineMatch("abc\r\n", "abc\r", MATCH_FLAG_SUFFIX), 1);
-    // With both bits only the prefix counts.
-    EXPECT_EQ(VELKCILineMatch("abcx\n", "abc", MATCH_FLAG_PREFIX | MATCH_FLAG_SUFFIX), 1);
-    EXPECT_EQ(VELKCILineMatch("xabc\n", "abc", MATCH_FLAG_PREFIX | MATCH_FLAG_SUFFIX), 0);
-}
-
-TEST(LineMatch, IgnoreCase)
-{
-    EXPECT_EQ(VELKCILineMatch("dEfBc\n", "bc", MATCH_FLAG_SUFFIX), 0);
-    EXPECT_EQ(VELKCILineMatch("dEfBc\n", "bc", MATCH_FLAG_SUFFIX | MATCH_FLAG_IGNORE_CASE), 1);
-    EXPECT_EQ(VELKCILineMatch("Def\n", "dEF", MATCH_FLAG_PREFIX | MATCH_FLAG_IGNORE_CASE), 1);
-    // Upper-casing lengthens "ß" to "SS"; the longer text is still compared.
-    EXPECT_EQ(VELKCILineMatch("straße\n", "STRASSE", MATCH_FLAG_SUFFIX | MATCH_FLAG_IGNORE_CASE), 1);
-    EXPECT_EQ(VELKCILineMatch("Ölfeld\n", "öl", MATCH_FLAG_PREFIX | MATCH_FLAG_IGNORE_CASE), 1);
 }
 
 TEST(LineKeyMatch, KeysAreTrimmedAndExact)
@@ -72,37 +57,26 @@ TEST(LineKeyMatch, KeysAreTrimmedAndExact)
     EXPECT_EQ(cut, "k");
     EXPECT_EQ(KeyMatch("k\r\n", "k"), 1); // no "=" at all: the whole line is the key
     EXPECT_EQ(KeyMatch("\t\"k\" =v\n", "k"), 1);
+    EXPECT_EQ(KeyMatch(" #k=v\n", "#k"), 1); // not a comment
+    EXPECT_EQ(KeyMatch("#k=v\n", "#k", &cut), 0);
+    EXPECT_EQ(cut, "#k=v\n"); // a comment is left whole
     // Empty tokens are skipped: "=v" has the key "v".
     EXPECT_EQ(KeyMatch("=v\n", "v", &cut), 1);
     EXPECT_EQ(cut, "");
     EXPECT_EQ(KeyMatch("===", ""), 0); // only separators: no key at all
 }
 
-TEST(LineKeyMatch, CommentsAreNotKeyLines)
+// VELKCFileMatch with a list of items.
+int Match(const char *line, std::initializer_list<const char *> items, const char *seps = "=\n")
 {
-    std::string cut;
-    EXPECT_EQ(KeyMatch("#k=v\n", "#k", &cut), 0);
-    EXPECT_EQ(cut, "#k=v\n"); // left whole
-    EXPECT_EQ(KeyMatch(";k=v\n", ";k"), 0);
-    EXPECT_EQ(KeyMatch(" #k=v\n", "#k"), 1);
+    velkc::OwnedList list(VELKCSzListAlloc(0));
+    for (const char *item : items) {
+        VELKCSzListPush(list.address(), item);
+    }
+    return VELKCFileMatch(line, list.get(), seps);
 }
 
-class FileMatch : public ::testing::Test {
-protected:
-    void SetUp() override { list_ = VELKCSzListAlloc(0); }
-    void TearDown() override { VELKCSzListFree(list_); }
-    int Match(const char *line, std::initializer_list<const char *> items, const char *seps = "=\n")
-    {
-        VELKCSzListRemoveAll(list_);
-        for (const char *item : items) {
-            VELKCSzListPush(&list_, item);
-        }
-        return VELKCFileMatch(line, list_, seps);
-    }
-    SzList *list_ = nullptr;
-};
-
-TEST_F(FileMatch, TokensFromTheStart)
+TEST(FileMatch, TokensFromTheStart)
 {
     EXPECT_EQ(Match("k1=v1\n", {"k1", "v1"}), 1);
     EXPECT_EQ(Match("k1=v1\n", {"k1", "v2"}), 0);
@@ -112,13 +86,8 @@ TEST_F(FileMatch, TokensFromTheStart)
     EXPECT_EQ(Match("k1\n", {"k"}), 0);
     EXPECT_EQ(Match("3:4\n", {"3", "4"}, ":\n"), 1);
     EXPECT_EQ(Match("==k1==v1\n", {"k1", "v1"}), 1); // empty tokens skipped
-}
-
-TEST_F(FileMatch, CommentsMatchOnlyTheEmptyPattern)
-{
     EXPECT_EQ(Match("#k1=v1\n", {"#k1"}), 0);
-    EXPECT_EQ(Match("#k1=v1\n", {}), 1);
-    EXPECT_EQ(VELKCFileMatch(";x\n", nullptr, "="), 1);
+    EXPECT_EQ(Match("#k1=v1\n", {}), 1); // a comment matches only the empty pattern
 }
 
 TEST(Section, Headers)

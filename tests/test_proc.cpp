@@ -3,6 +3,8 @@
 #include "internal.hpp"
 #include "support.hpp"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
@@ -40,12 +42,13 @@ TEST(Execl, KilledChildIsAnError)
 {
     ResetError();
     EXPECT_EQ(VELKCExecl("/bin/sh", 0, "-c", "kill -KILL $$", nullptr), -1);
-    ExpectError(ERR_OPERATION_FAILED, "proc_execl");
+    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_OPERATION_FAILED});
+    EXPECT_STREQ(VELKCErrorGetFile(), "proc_execl");
 }
 
 TEST(Execl, NoChildWaitIsLiftedAndRestored)
 {
-    const SignalGuard noChildWait(SIGCHLD, SIG_DFL, SA_NOCLDWAIT);
+    const Guard noChildWait = SetSignal(SIGCHLD, SIG_DFL, SA_NOCLDWAIT);
     EXPECT_EQ(VELKCExecl("/bin/sh", 0, "-c", "exit 5", nullptr), 5);
     struct sigaction after {};
     ASSERT_EQ(sigaction(SIGCHLD, nullptr, &after), 0);
@@ -106,20 +109,19 @@ int ExpectedStart(int flags)
     return expected; // lock files never reach the program
 }
 
-// Lowers the priority of the process for the guard's life; raising it back
-// needs privilege.
-class NiceGuard : NoCopy {
-public:
-    explicit NiceGuard(int nice) { EXPECT_EQ(setpriority(PRIO_PROCESS, 0, nice), 0); }
-    ~NiceGuard() { setpriority(PRIO_PROCESS, 0, 0); }
-};
+// Lowers the priority of the process; raising it back needs privilege.
+Guard SetNice(int nice)
+{
+    EXPECT_EQ(setpriority(PRIO_PROCESS, 0, nice), 0);
+    return Guard([] { setpriority(PRIO_PROCESS, 0, 0); });
+}
 
 TEST(Execl, PreparesTheProgramsStartAsFlagged)
 {
-    const NiceGuard nice(5);
-    const EnvGuard marker("VELKC_TEST_MARKER", "1");
+    const Guard nice = SetNice(5);
+    const Guard marker = SetEnv("VELKC_TEST_MARKER", "1");
     const TempDir dir;
-    const CurrentDirGuard cwd(dir.path());
+    const Guard cwd = ChangeDir(dir.path());
     const velkc::UniqueFd extra(open("/dev/null", O_RDONLY));
     const velkc::UniqueFd nine(dup2(extra.get(), 9));
     ASSERT_EQ(nine.get(), 9);
@@ -171,7 +173,7 @@ TEST(Execl, ConcurrentCallersEachGetTheirStatus)
 TEST(Exec, RunsWithTheStandardPreparations)
 {
     // The child runs in "/" with only PATH in its environment.
-    const EnvGuard marker("VELKC_TEST_MARKER", "1");
+    const Guard marker = SetEnv("VELKC_TEST_MARKER", "1");
     EXPECT_EQ(VELKCExec("/bin/sh", "-c", "test \"$(pwd)\" = / && test -z \"$VELKC_TEST_MARKER\"", nullptr,
                         nullptr),
               0);
@@ -179,7 +181,7 @@ TEST(Exec, RunsWithTheStandardPreparations)
 
 TEST(ForkEx, ClearEnvWithoutPathLeavesNothing)
 {
-    const EnvGuard noPath("PATH", nullptr);
+    const Guard noPath = SetEnv("PATH", nullptr);
     const int pid = VELKCProcForkEx(FORK_FLAG_CLEAR_ENV);
     if (pid == 0) {
         _exit(environ == nullptr || environ[0] == nullptr ? 0 : 1);

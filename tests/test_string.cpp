@@ -1,5 +1,5 @@
-// Byte-string functions: round trips on random input, buffer bounds and
-// growth, checked against simple models built on std::string.
+// Byte-string functions: round trips on random input and buffer bounds,
+// checked against simple models built on std::string and libc.
 #include <velkc.h>
 
 #include <gtest/gtest.h>
@@ -142,53 +142,6 @@ TEST(Trim, OutputInsideTheTextIsRefusedBeforeOrAfterIsNot)
     EXPECT_STREQ(in - 2, "ab");
 }
 
-TEST(Replace, BufferBoundsIntoAnOutputAndInPlace)
-{
-    struct Case {
-        const char *input, *old, *replacement, *want;
-    };
-    const Case cases[] = {
-        {"one two", "two", "three", "one three"}, // grows at the end
-        {"one two", "one", "1", "1 two"},         // shrinks at the start
-        {"aaa", "a", "bb", "bbaa"},               // first occurrence only
-        {"abc", "", "x", "xabc"},                 // empty key: insert in front
-    };
-    for (const Case &c : cases) {
-        const int needed = static_cast<int>(std::strlen(c.input) + 1 + std::strlen(c.replacement) -
-                                            std::strlen(c.old));
-        std::vector<char> out(static_cast<std::size_t>(needed));
-        EXPECT_EQ(VELKCStrReplace(const_cast<char *>(c.input), c.old, c.replacement, out.data(), needed), 1);
-        EXPECT_STREQ(out.data(), c.want);
-        EXPECT_EQ(VELKCStrReplace(const_cast<char *>(c.input), c.old, c.replacement, out.data(), needed - 1), -1);
-        EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
-
-        // In place the buffer must hold the longer of the two texts.
-        std::vector<char> buf(std::max<std::size_t>(needed, std::strlen(c.input) + 1));
-        std::strcpy(buf.data(), c.input);
-        EXPECT_EQ(VELKCStrReplace(buf.data(), c.old, c.replacement, nullptr, static_cast<int>(buf.size())), 1);
-        EXPECT_STREQ(buf.data(), c.want);
-    }
-}
-
-TEST(Cat, GrowsAcrossManyAppends)
-{
-    char *dest = nullptr;
-    int cb = 0;
-    EXPECT_EQ(VELKCStrCat(&dest, &cb, ""), 0);
-    EXPECT_EQ(VELKCStrCat(&dest, &cb, nullptr), 0);
-    EXPECT_EQ(dest, nullptr); // nothing to append: nothing allocated
-
-    std::string model;
-    for (int round = 0; round < 300; ++round) {
-        const std::size_t len = RandomText("x", round % 10 == 0 ? 3000 : 300).size() + 1;
-        model += std::string(len, static_cast<char>('a' + round % 26));
-        ASSERT_EQ(VELKCStrCat(&dest, &cb, model.c_str() + model.size() - len), 0);
-        ASSERT_GT(cb, static_cast<int>(model.size())) << "round " << round;
-        ASSERT_EQ(std::string(dest), model);
-    }
-    std::free(dest);
-}
-
 // Joins `items` with `sep` into a fresh buffer.
 std::string Join(std::vector<const char *> items, const char *sep)
 {
@@ -204,8 +157,6 @@ TEST(Join, EdgeCases)
 {
     EXPECT_EQ(Join({"a", ""}, ","), "a,");         // an empty item still gets its separator
     EXPECT_EQ(Join({"", ""}, ","), ",");
-    EXPECT_EQ(Join({nullptr, "a", nullptr}, ", "), "a");
-    EXPECT_EQ(Join({"a", "b", "c"}, ""), "abc");
     EXPECT_EQ(Join({"a", "b"}, "<->"), "a<->b");
     EXPECT_EQ(Join({"", ""}, ""), "<error>");    // nothing at all to write
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});

@@ -146,7 +146,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::string expected = in.ConsumeRandomLengthString(16);
 
     const fuzz::fs::path path = fuzz::Scratch().path() / "conf";
-    fuzz::WriteFile(path, content);
+    test::WriteFile(path, content);
     const char *file = path.c_str();
 
     const int keyValue = CheckGetKeyValue(file, key, cb);

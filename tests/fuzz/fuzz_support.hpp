@@ -1,23 +1,18 @@
 // Support shared by the fuzz targets: invariant checks that abort (so that
-// libFuzzer keeps the input), a private scratch directory per process, whole
-// file reads and writes, and owning handles for the library's containers.
+// libFuzzer keeps the input), a private scratch directory per process, and
+// owning handles for the library's containers.
 #pragma once
 
-#include <velkc.h>
+#include "file/owned_container.hpp"
+#include "internal.hpp"
+#include "support.hpp"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <set>
 #include <string>
 #include <vector>
-
-#include "file/owned_container.hpp"
 
 // Aborts on a broken invariant: libFuzzer reports the crash and saves the
 // input as the reproducer.
@@ -36,73 +31,24 @@ namespace fs = std::filesystem;
 using velkc::OwnedHash;
 using velkc::OwnedList;
 
-struct FreeDeleter {
-    void operator()(void *p) const noexcept { std::free(p); }
-};
-
 // A block from malloc that the library may have reallocated.
-using MallocPtr = std::unique_ptr<char, FreeDeleter>;
+using MallocPtr = velkc::MallocPtr<char>;
 
-// Made once per process with mkdtemp under $TMPDIR. libFuzzer may end the
-// process without running destructors, so the CTest runs point TMPDIR at a
+// Made once per process under $TMPDIR. libFuzzer may end the process
+// without running destructors, so the CTest runs point TMPDIR at a
 // directory of their own that they remove.
-class ScratchDir {
-public:
-    ScratchDir()
-    {
-        const char *tmp = std::getenv("TMPDIR");
-        std::string name = std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/velkc-fuzz-XXXXXX";
-        FUZZ_CHECK(mkdtemp(name.data()) != nullptr);
-        dir_ = name;
-    }
-    ~ScratchDir()
-    {
-        std::error_code ignored;
-        fs::remove_all(dir_, ignored);
-    }
-    ScratchDir(const ScratchDir &) = delete;
-    ScratchDir &operator=(const ScratchDir &) = delete;
-
-    const fs::path &path() const { return dir_; }
-
-    // Empties the directory between two inputs.
-    void Clear() const
-    {
-        for (const auto &entry : fs::directory_iterator(dir_)) {
-            fs::remove_all(entry.path());
-        }
-    }
-
-    std::set<std::string> Names() const
-    {
-        std::set<std::string> names;
-        for (const auto &entry : fs::directory_iterator(dir_)) {
-            names.insert(entry.path().filename().string());
-        }
-        return names;
-    }
-
-private:
-    fs::path dir_;
-};
-
-inline const ScratchDir &Scratch()
+inline const test::TempDir &Scratch()
 {
-    static const ScratchDir dir;
+    static const test::TempDir dir;
     return dir;
 }
 
-inline std::string ReadFile(const fs::path &path)
+// Empties the scratch directory between two inputs.
+inline void ClearScratch()
 {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-inline void WriteFile(const fs::path &path, const std::string &text)
-{
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    FUZZ_CHECK(out.flush());
+    for (const std::string &name : test::ListDir(Scratch().path())) {
+        fs::remove_all(Scratch() / name);
+    }
 }
 
 // Lines of the text, each without its "\n".
