@@ -32,40 +32,32 @@ struct Model {
     int count = 0;
     std::vector<RefSlot> slots = std::vector<RefSlot>(31);
 
-    // The live slot of key, else the first keyless slot of the walk, or -1;
-    // `found` tells which.
-    int Probe(const std::string &key, bool *found = nullptr) const
+    // The live slot of key (found), else the first keyless slot of the
+    // walk, or -1.
+    std::pair<int, bool> Probe(const std::string &key) const
     {
-        bool dummy;
-        bool &f = found != nullptr ? *found : dummy;
-        f = false;
         const int home = VELKCRadixHashCode(key.c_str(), static_cast<unsigned>(nSlot));
-        const RefSlot &h = slots[static_cast<size_t>(home)];
-        if (h.state == State::Empty || (h.state == State::Live && h.key == key)) {
-            f = h.state == State::Live;
-            return home;
+        if (slots[home].state == State::Empty || (slots[home].state == State::Live && slots[home].key == key)) {
+            return {home, slots[home].state == State::Live};
         }
         int free = -1;
         for (int i = (home + 1) % nSlot; i != home; i = (i + 1) % nSlot) {
-            const RefSlot &s = slots[static_cast<size_t>(i)];
-            if (s.state == State::Live && s.key == key) {
-                f = true;
-                return i;
+            if (slots[i].state == State::Live && slots[i].key == key) {
+                return {i, true};
             }
-            if (s.state != State::Live && free < 0) {
+            if (slots[i].state != State::Live && free < 0) {
                 free = i;
             }
-            if (s.state == State::Empty) {
+            if (slots[i].state == State::Empty) {
                 break;
             }
         }
-        return free;
+        return {free, false};
     }
 
     int Find(const std::string &key) const
     {
-        bool found;
-        const int idx = Probe(key, &found);
+        const auto [idx, found] = Probe(key);
         return found ? idx : -1;
     }
 
@@ -77,12 +69,12 @@ struct Model {
     void Rebuild(int nSlotNew, int cbSpaceNew)
     {
         const std::vector<RefSlot> old = slots;
-        slots.assign(static_cast<size_t>(nSlotNew), RefSlot{});
+        slots.assign(nSlotNew, RefSlot{});
         nSlot = nSlotNew;
         cbSpace = cbFree = cbSpaceNew;
         for (const RefSlot &s : old) {
             if (s.state == State::Live) {
-                slots[static_cast<size_t>(Probe(s.key))] = s;
+                slots[Probe(s.key).first] = s;
                 cbFree -= Bytes(s);
             }
         }
@@ -104,22 +96,18 @@ struct Model {
 
     int TableSet(const std::string &key, const std::string &value)
     {
-        bool found;
-        int idx = Probe(key, &found);
-        if (found) {
-            RefSlot &s = slots[static_cast<size_t>(idx)];
-            if (value.size() > s.value.size()) {
+        if (const auto [idx, found] = Probe(key); found) {
+            if (value.size() > slots[idx].value.size()) {
                 TableReserve(static_cast<int>(value.size() + 1));
-                idx = Probe(key);
                 cbFree -= static_cast<int>(value.size() + 1);
             }
-            slots[static_cast<size_t>(idx)].value = value;
-            return idx;
+            slots[Find(key)].value = value;
+            return Find(key);
         }
         const int cbNeed = static_cast<int>(key.size() + value.size() + 2);
         TableReserve(cbNeed);
-        idx = Probe(key);
-        slots[static_cast<size_t>(idx)] = RefSlot{State::Live, key, value};
+        const int idx = Probe(key).first;
+        slots[idx] = RefSlot{State::Live, key, value};
         ++count;
         cbFree -= cbNeed;
         return idx;
@@ -134,10 +122,8 @@ struct Model {
             const int avg = count == 0 ? cb : static_cast<int>(static_cast<float>(used) / static_cast<float>(count));
             Rebuild(n, std::max({cb + avg * n, cbSpace, used + cb}));
         }
-        bool found;
-        const int idx = Probe(item, &found);
-        if (!found) {
-            slots[static_cast<size_t>(idx)] = RefSlot{State::Live, item, ""};
+        if (const auto [idx, found] = Probe(item); !found) {
+            slots[idx] = RefSlot{State::Live, item, ""};
             ++count;
             cbFree -= cb;
         }
@@ -147,7 +133,7 @@ struct Model {
     {
         const int idx = Find(key);
         if (idx >= 0) {
-            slots[static_cast<size_t>(idx)].state = State::Tomb;
+            slots[idx].state = State::Tomb;
             --count;
         }
     }
@@ -160,7 +146,7 @@ void ExpectSameSlots(const Model &m, const Block *p)
     ASSERT_EQ(p->cbSpace, m.cbSpace);
     ASSERT_EQ(p->cbFree, m.cbFree);
     for (int i = 0; i < m.nSlot; ++i) {
-        const RefSlot &s = m.slots[static_cast<size_t>(i)];
+        const RefSlot &s = m.slots[i];
         const auto &slot = p->rgSlot[i];
         if (s.state == State::Live) {
             ASSERT_NE(slot.pszKey, nullptr) << "slot " << i;
@@ -282,10 +268,10 @@ TEST_P(HashModel, TableMatchesTheProbeModel)
         case Op::Query: {
             const int idx = m.Find(key);
             ASSERT_EQ(VELKCGetLookDict(p, key.c_str()), idx);
-            ASSERT_EQ(VELKCSetLookDict(p, key.c_str()), m.Probe(key));
+            ASSERT_EQ(VELKCSetLookDict(p, key.c_str()), m.Probe(key).first);
             const char *value = VELKCSzHashGetValue(p, key.c_str());
             ASSERT_EQ(value != nullptr, idx >= 0);
-            ASSERT_TRUE(idx < 0 || value == m.slots[static_cast<size_t>(idx)].value);
+            ASSERT_TRUE(idx < 0 || value == m.slots[idx].value);
             break;
         }
         case Op::Clear:
@@ -316,7 +302,7 @@ TEST_P(HashModel, SetMatchesTheProbeModel)
             break;
         case Op::Query:
             ASSERT_EQ(VELKCSzHashSetContains(p, item.c_str()), m.Find(item) >= 0 ? 1 : 0);
-            ASSERT_EQ(VELKCSzHashSetLookDict(p, item.c_str()), m.Probe(item));
+            ASSERT_EQ(VELKCSzHashSetLookDict(p, item.c_str()), m.Probe(item).first);
             break;
         case Op::Clear:
             VELKCSzHashSetRemoveAll(p);

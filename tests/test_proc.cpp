@@ -87,26 +87,11 @@ bool StdioIsNullHere()
 // and descriptor 9 open and has an extra environment variable.
 int ExpectedStart(int flags)
 {
-    int expected = 0;
-    if ((flags & FORK_FLAG_RESET_PRIORITY) && geteuid() == 0) {
-        expected |= 1; // lowering the nice value needs privilege
-    }
-    if (flags & FORK_FLAG_CLEAR_ENV) {
-        expected |= 2;
-    }
-    if ((flags & FORK_FLAG_NULL_STDIO) || StdioIsNullHere()) {
-        expected |= 4;
-    }
-    if (!(flags & FORK_FLAG_CLOSE_FDS)) {
-        expected |= 8;
-    }
-    if (flags & FORK_FLAG_SETSID) {
-        expected |= 32;
-    }
-    if (flags & FORK_FLAG_CHDIR_ROOT) {
-        expected |= 64;
-    }
-    return expected; // lock files never reach the program
+    const auto bit = [](bool holds, int value) { return holds ? value : 0; };
+    // Lowering the nice value needs privilege; lock files never reach the program.
+    return bit((flags & FORK_FLAG_RESET_PRIORITY) && geteuid() == 0, 1) | bit(flags & FORK_FLAG_CLEAR_ENV, 2) |
+           bit((flags & FORK_FLAG_NULL_STDIO) || StdioIsNullHere(), 4) | bit(!(flags & FORK_FLAG_CLOSE_FDS), 8) |
+           bit(flags & FORK_FLAG_SETSID, 32) | bit(flags & FORK_FLAG_CHDIR_ROOT, 64);
 }
 
 // Lowers the priority of the process; raising it back needs privilege.
@@ -156,7 +141,7 @@ TEST(Execl, PreparesTheProgramsStartAsFlagged)
 
 TEST(Execl, ConcurrentCallersEachGetTheirStatus)
 {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 3; ++t) {
         threads.emplace_back([t] {
             const std::string script = "exit " + std::to_string(t + 1);
@@ -164,9 +149,6 @@ TEST(Execl, ConcurrentCallersEachGetTheirStatus)
                 EXPECT_EQ(VELKCExecl("/bin/sh", FORK_FLAG_CLEAR_ENV, "-c", script.c_str(), nullptr), t + 1);
             }
         });
-    }
-    for (auto &thread : threads) {
-        thread.join();
     }
 }
 

@@ -242,14 +242,6 @@ TEST(Unicode, CaseCmpFailsOnMalformedTextAnywhere)
     }
 }
 
-TEST(Unicode, CollatorIsOpenedOnce)
-{
-    UCollator *coll = VELKCUnicodeIOpenCollator();
-    ASSERT_NE(coll, nullptr);
-    EXPECT_EQ(pucollSysCollator, coll);
-    EXPECT_EQ(VELKCUnicodeIOpenCollator(), coll);
-}
-
 TEST(Codepage, LanguageIgnoresCaseAndUnknownOnesLeaveTheRecord)
 {
     EXPECT_EQ(VELKCCodepageValueParse(KOVA_CODEPAGE_MAC, "TRK"), KOVA_CP_MAC_1254);
