@@ -42,29 +42,23 @@ constexpr Mode kModes[] = {
 };
 constexpr Mode kNoFaults = {"none", fault::Kind::kOff, 0};
 
-// The live pairs of a hash, sorted, one "key=value" a line.
-std::string Shown(const SzHash *hash)
-{
-    std::set<std::string> pairs;
-    for (int i = 0; i < hash->nSlot; ++i) {
-        const SzHashSlot &slot = hash->rgSlot[i];
-        if (slot.pszKey != nullptr && slot.pszVal != nullptr) {
-            pairs.insert(std::string(slot.pszKey) + "=" + slot.pszVal + "\n");
-        }
-    }
-    std::string text;
-    for (const std::string &pair : pairs) {
-        text += pair;
-    }
-    return text;
-}
-
-// What a reader found: the buffer, the hash and the list it fills.
+// What a reader found: the buffer, the pairs of the hash (sorted) and the
+// items of the list.
 std::string Found(const Args &args)
 {
-    std::string text = std::string(args.buf) + "\n" + Shown(args.hash.get());
+    std::set<std::string> pairs;
+    for (int i = 0; i < args.hash->nSlot; ++i) {
+        const SzHashSlot &slot = args.hash->rgSlot[i];
+        if (slot.pszKey != nullptr && slot.pszVal != nullptr) {
+            pairs.insert(std::string(slot.pszKey) + "=" + slot.pszVal);
+        }
+    }
+    std::string text = args.buf;
+    for (const std::string &pair : pairs) {
+        text += "\n" + pair;
+    }
     for (int i = 0; i < args.keys->nItem; ++i) {
-        text += std::string(args.keys->pszItem[i]) + "\n";
+        text += "\n" + std::string(args.keys->pszItem[i]);
     }
     return text;
 }
