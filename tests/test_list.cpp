@@ -1,5 +1,5 @@
-// The string list: growth, holes, sort modes and finding among duplicates,
-// and the And/Or cases the LIST suite leaves out.
+// The string list: holes, sort modes and finding among duplicates, and the
+// And/Or cases the LIST suite leaves out.
 #include "file/owned_container.hpp"
 #include <velkc.h>
 
@@ -26,21 +26,6 @@ struct List : ListPtr {
 };
 
 std::vector<std::string> Items(const SzList *p) { return {p->pszItem, p->pszItem + p->nItem}; }
-
-// Texts of every length up to and past the first block, and random ones,
-// so that pushes land exactly at and around each growth point.
-TEST(SzList, PushesAcrossGrowthKeepEveryItem)
-{
-    std::mt19937 rng(7);
-    std::vector<std::string> texts;
-    for (std::size_t len = 0; len < 3000; ++len) {
-        texts.emplace_back(len < 600 ? len : rng() % 200, char('a' + len % 26));
-    }
-    texts.emplace_back(5000, 'z');
-    const List list(texts);
-    EXPECT_GE(list->cbFree, 0);
-    EXPECT_EQ(Items(list.get()), texts);
-}
 
 TEST(SzList, InsertBeyondEndLeavesHolesThatSurviveExpandAndClean)
 {
