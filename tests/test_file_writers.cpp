@@ -129,16 +129,14 @@ TEST_F(Writers, NewFileBelongsToTheCallerWhateverTheUmask)
 
 TEST_F(Writers, NothingToChangeLeavesTheFileAsItWas)
 {
-    Args args;
-    SzList *absent = args.keys.get();
-    VELKCSzListRemoveAll(absent);
-    VELKCSzListPush(args.keys.address(), "nokey");
+    OwnedList absent(VELKCSzListAlloc(0));
+    VELKCSzListPush(absent.address(), "nokey");
     const std::function<int(const char *)> edits[] = {
         [](const char *p) { return VELKCFileRemoveKey(p, "k"); },
         [](const char *p) { return VELKCFileAddLine(p, "zz", "x", 0); },
         [](const char *p) { return VELKCFileSetLine(p, "zz", "x", 0); },
-        [&](const char *p) { return VELKCFileSetLineByKey(p, args.keys.get(), "x", "="); },
-        [&](const char *p) { return VELKCFileAddLineByKey(p, args.keys.get(), "x", 0, "="); },
+        [&](const char *p) { return VELKCFileSetLineByKey(p, absent.get(), "x", "="); },
+        [&](const char *p) { return VELKCFileAddLineByKey(p, absent.get(), "x", 0, "="); },
         [](const char *p) { return VELKCFileReplaceSubStr(p, "zz", "x"); },
         [](const char *p) { return VELKCFileLineComment(p, "zz", 0); },
         [](const char *p) { return VELKCFileAppendKey(p, "k1", "x", nullptr); },
