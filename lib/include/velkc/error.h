@@ -35,6 +35,16 @@ VELKC_API unsigned int VELKCErrGet(void) VELKC_NOEXCEPT;
 VELKC_API const char *VELKCErrorGetFile(void) VELKC_NOEXCEPT;
 VELKC_API int VELKCErrorGetLine(void) VELKC_NOEXCEPT;
 
+/**
+ * A short English text for an error code, for messages to people.
+ *
+ * @param code An error code, such as VELKCErrGet() returns.
+ * @return A static, lower-case text without a final period, e.g.
+ *         "cannot open file": "no error" for 0, "unknown error" for a code
+ *         the library does not set. Never null; the caller must not free it.
+ */
+VELKC_API const char *VELKCErrString(unsigned int code) VELKC_NOEXCEPT;
+
 VELKC_END_DECLS
 
 #endif /* VELKC_ERROR_H */
