@@ -2,9 +2,6 @@
 // filled, iterated and moved while their blocks move, errors read as
 // std::error_code, and a configuration file written and read back.
 
-// Stand-in until error.h declares VELKCErrString; defined at the end.
-extern "C" const char *VELKCErrString(unsigned int code) noexcept;
-
 #include <velkc.hpp>
 
 #include <gtest/gtest.h>
@@ -231,9 +228,3 @@ TEST_F(CxxConfig, KeysAndSectionsRoundTrip)
 }
 
 } // namespace
-
-// Remove once the library exports VELKCErrString.
-extern "C" const char *VELKCErrString(unsigned int code) noexcept
-{
-    return code == ERR_SUCCESS ? "success" : "velkc error";
-}
