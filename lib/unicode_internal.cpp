@@ -1,6 +1,7 @@
 // Conversion helpers shared by the Unicode sources.
 #include "unicode_internal.hpp"
 
+#include <velkc/error.h>
 #include <velkc/unicode_icu.h>
 
 #include <array>
