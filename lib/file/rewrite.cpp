@@ -1,4 +1,4 @@
-// The rewrite-and-commit path shared by the configuration-file writers.
+// The rewrite steps shared by the configuration-file writers.
 #include "rewrite.hpp"
 
 #include "commit.hpp"
