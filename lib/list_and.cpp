@@ -1,6 +1,6 @@
 // VELKCSzListAnd: the intersection of two lists, as a new list or in place.
-#include "internal.hpp"
 #include "list_combine.hpp"
+#include "report.hpp"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // VELKCSzListOr: the union of two lists, as a new list or in place.
-#include "internal.hpp"
 #include "list_combine.hpp"
+#include "report.hpp"
 
 namespace {
 

@@ -1,6 +1,7 @@
 // VELKCStrJoin: join strings with a separator into a caller-held buffer that
 // grows as needed.
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/str.h>
 

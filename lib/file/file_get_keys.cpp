@@ -1,9 +1,9 @@
 // VELKCFileGetKeys: the pairs of chosen keys, or of all keys, split at any
 // of a set of separators.
-#include "internal.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "owned_container.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>
@@ -67,8 +67,8 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     const bool takeAll = wanted->nItem == 0;
     Pair pair;
