@@ -61,8 +61,7 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
     if (!wanted) {
         return -1;
     }
-    // Or reads its second list only; it is not const in the interface.
-    if (pKeys != nullptr && VELKCSzListOr(wanted.address(), const_cast<SzList *>(pKeys), 0) == nullptr) {
+    if (pKeys != nullptr && VELKCSzListOr(wanted.address(), pKeys, 0) == nullptr) {
         VELKC_LOG(LOG_ERR, "VELKCSzListOr() failed!! kovaerr=[0x%04X]", VELKCErrGet());
         return -1;
     }
