@@ -18,12 +18,14 @@ field libvelkc-dev Depends | grep -q 'libvelkc1 (= '
 dpkg-deb -I "$work/debs"/libvelkc1_*.deb shlibs | grep -qx 'libvelkc 1 libvelkc1 (>= [0-9.]*)'
 # The runtime package holds the library under its soname, the development
 # package the link that the linker looks for.
-dpkg-deb -c "$work/debs"/libvelkc1_*.deb | grep -q '/libvelkc\.so\.1 -> '
-if dpkg-deb -c "$work/debs"/libvelkc1_*.deb | grep -q '/libvelkc\.so '; then
+runtime=$(dpkg-deb -c "$work/debs"/libvelkc1_*.deb)
+development=$(dpkg-deb -c "$work/debs"/libvelkc-dev_*.deb)
+grep -q '/libvelkc\.so\.1 -> ' <<<"$runtime"
+if grep -q '/libvelkc\.so ' <<<"$runtime"; then
     echo "libvelkc1 holds the development link" >&2
     exit 1
 fi
-dpkg-deb -c "$work/debs"/libvelkc-dev_*.deb | grep -q '/libvelkc\.so -> '
+grep -q '/libvelkc\.so -> ' <<<"$development"
 
 echo "== unpacked, a consumer builds and runs against them"
 for deb in "$work/debs"/*.deb; do

@@ -31,16 +31,7 @@
 #ifndef VELKC_HPP
 #define VELKC_HPP
 
-// The C structures end in flexible array members, which ISO C++ lacks but
-// GCC and Clang accept; -pedantic would warn about every one of them.
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpedantic"
-#endif
 #include <velkc.h>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 #include <cassert>
 #include <climits>
@@ -177,7 +168,7 @@ namespace velkc {
 template <class T>
 class [[nodiscard]] Result {
 public:
-    using value_type = T;
+    using value_type = T; ///< The type of the value.
 
     /** @param value the result of a successful call. */
     Result(T value) noexcept(std::is_nothrow_move_constructible_v<T>) : value_(std::move(value)) {}
@@ -469,11 +460,11 @@ inline std::optional<int> to_int(std::size_t index) noexcept
 template <class Derived, class Slots>
 class BlockHandle {
 public:
-    using block_type = typename Slots::block_type;
-    using value_type = typename Slots::value_type;
-    using size_type = std::size_t;
-    using const_iterator = detail::SlotIterator<Slots>;
-    using iterator = const_iterator;
+    using block_type = typename Slots::block_type;   ///< The C record: SzList, SzHash or SzHashSet.
+    using value_type = typename Slots::value_type;   ///< What iteration yields.
+    using size_type = std::size_t;                   ///< Counts of items.
+    using const_iterator = detail::SlotIterator<Slots>; ///< Iterates the items in slot order.
+    using iterator = const_iterator;                 ///< Items are read-only through iteration.
 
     /** An empty container without a block; allocates none. */
     BlockHandle() noexcept = default;
@@ -567,7 +558,7 @@ protected:
         return error;
     }
 
-    block_type *block_ = nullptr;
+    block_type *block_ = nullptr; ///< The owned block, or null.
 
 private:
     const typename Slots::slot_type *slots_end() const noexcept
