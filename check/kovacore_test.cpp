@@ -3,6 +3,7 @@
 #include "kovacore_test.h"
 
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <cstdio>
 #include <cstdlib>

@@ -21,6 +21,7 @@ set(DOXYGEN_WARN_IF_UNDOCUMENTED YES)
 set(DOXYGEN_WARN_NO_PARAMDOC YES)
 set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
 set(DOXYGEN_QUIET YES)
+set(DOXYGEN_EXCLUDE_SYMBOLS detail)
 # The headers' linkage macros mean nothing to a reader of the manual.
 set(DOXYGEN_MACRO_EXPANSION YES)
 set(DOXYGEN_EXPAND_ONLY_PREDEF YES)
@@ -29,3 +30,8 @@ doxygen_add_docs(docs ${PROJECT_SOURCE_DIR}/lib/include COMMENT "Building the re
 
 install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/man/man3 DESTINATION ${CMAKE_INSTALL_MANDIR}
   COMPONENT development OPTIONAL)
+
+if(VELKC_BUILD_TESTS)
+  add_test(NAME man_pages COMMAND ${PROJECT_SOURCE_DIR}/tests/man_pages_test.sh
+    ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}/tests/exported_symbols.txt)
+endif()

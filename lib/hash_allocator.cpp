@@ -1,6 +1,6 @@
 // VELKCIHashAllocator: a new empty table block of the given sizes.
 #include "hash_internal.hpp"
-#include "internal.hpp"
+#include "report.hpp"
 
 extern "C" SzHash *VELKCIHashAllocator(int nSlot, int cbSpace) noexcept
 {

@@ -1,11 +1,58 @@
-// The hash table's insertion and growth: check space, resize, copy, and the
-// writers of new pairs and of new values.
+// The hash code of the hash table and the hash set, and the table's
+// writers of pairs and values.
 #include "hash_internal.hpp"
-#include "internal.hpp"
+
+#include <bit>
+#include <climits>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
 using namespace velkc::hash;
+
+// Up to eight bytes read as a little-endian number, missing high bytes zero.
+std::uint64_t LittleEndianTail(const unsigned char *pb, std::size_t cb) noexcept
+{
+    std::uint64_t w = 0;
+    for (std::size_t i = cb; i-- > 0;) {
+        w = (w << 8) | pb[i];
+    }
+    return w;
+}
+
+std::uint64_t LittleEndianWord(const unsigned char *pb) noexcept
+{
+    std::uint64_t w;
+    std::memcpy(&w, pb, sizeof w);
+    if constexpr (std::endian::native == std::endian::big) {
+        w = __builtin_bswap64(w);
+    }
+    return w;
+}
+
+constexpr std::uint64_t kMul = 0x9E3779B97F4A7C15ull;
+
+// Adds an eight-byte group to both codes: its two 32-bit words to the sum,
+// the whole group to the mix.
+void Absorb(velkc::hash::KeyHash &kh, std::uint64_t w) noexcept
+{
+    kh.sum += static_cast<std::uint32_t>(w) + static_cast<std::uint32_t>(w >> 32);
+    kh.mix = (kh.mix ^ w) * kMul;
+    kh.mix ^= kh.mix >> 32;
+}
+
+// The finaliser of a well-known 64-bit mixer: every input bit reaches
+// every output bit.
+std::uint64_t Finalise(std::uint64_t h) noexcept
+{
+    h ^= h >> 33;
+    h *= 0xFF51AFD7ED558CCDull;
+    h ^= h >> 33;
+    h *= 0xC4CEB9FE1A85EC53ull;
+    h ^= h >> 33;
+    return h;
+}
 
 // Copies key and value into the string area, key first, and makes slot idx
 // live with them. The caller has checked that cbKey + cbVal bytes are free.
@@ -26,28 +73,6 @@ int PairSize(int cbKey, int cbVal) noexcept
     return (cbKey < 0 || cbVal < 0 || cbKey > INT_MAX - cbVal) ? -1 : cbKey + cbVal;
 }
 
-// Writes the pair into slot idx if its bytes fit in the free space.
-void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int idx) noexcept
-{
-    const int cbKey = StoredSize(szKey);
-    const int cbVal = StoredSize(szValue);
-    const int cbNeed = PairSize(cbKey, cbVal);
-    if (cbNeed >= 0 && cbNeed <= pHash->cbFree) {
-        WritePair(pHash, szKey, kh, cbKey, szValue, cbVal, idx);
-    }
-}
-
-// The string area of a grown table: the whole capacity averaged over the
-// live pairs, times the free slots, plus what is needed now.
-long long GrownSpace(const SzHash *pHash, int cbNeed) noexcept
-{
-    const long long avg = pHash->nPair == 0
-                              ? cbNeed
-                              : static_cast<long long>(static_cast<float>(pHash->cbSpace) /
-                                                       static_cast<float>(pHash->nPair));
-    return pHash->cbSpace + avg * (pHash->nSlot - pHash->nPair) + cbNeed;
-}
-
 // Makes room for cbNeed more bytes and one more pair. If the table moved,
 // *pIdx is looked up again for szKey in the new block; -1 there cannot
 // happen (a grown table has free slots), but the new block is returned all
@@ -61,11 +86,35 @@ SzHash *Reserve(SzHash *pHash, const char *szKey, const KeyHash &kh, int cbNeed,
     return pNew;
 }
 
-bool ValidSlot(const SzHash *pHash, int idx) noexcept { return idx >= 0 && idx < pHash->nSlot; }
-
 } // namespace
 
 namespace velkc::hash {
+
+// Eight bytes at a time: two little-endian 32-bit words each, so the word
+// sum comes out as if taken four bytes at a time.
+KeyHash HashKey(const char *sz) noexcept
+{
+    const auto *pb = reinterpret_cast<const unsigned char *>(sz);
+    std::size_t cb = std::strlen(sz);
+    KeyHash kh;
+    kh.mix = cb * kMul;
+    for (; cb >= 8; pb += 8, cb -= 8) {
+        Absorb(kh, LittleEndianWord(pb));
+    }
+    Absorb(kh, LittleEndianTail(pb, cb));
+    kh.mix = Finalise(kh.mix);
+    return kh;
+}
+
+void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int idx) noexcept
+{
+    const int cbKey = StoredSize(szKey);
+    const int cbVal = StoredSize(szValue);
+    const int cbNeed = PairSize(cbKey, cbVal);
+    if (cbNeed >= 0 && cbNeed <= pHash->cbFree) {
+        WritePair(pHash, szKey, kh, cbKey, szValue, cbVal, idx);
+    }
+}
 
 SzHash *AddPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int *pIdx,
                 bool fTrustedIdx) noexcept
@@ -99,90 +148,3 @@ SzHash *UpdateValue(SzHash *pHash, const char *szKey, const KeyHash &kh, const c
 }
 
 } // namespace velkc::hash
-
-// Like the public functions other than VELKCSzHashPairNum, these report
-// null or unusable arguments by their result alone, without an error.
-extern "C" {
-
-SzHash *VELKCICheckSpace(SzHash *pHash, int cbNeed) noexcept
-{
-    if (pHash == nullptr) {
-        return nullptr;
-    }
-    // A negative need stands for texts too long for any block.
-    if (cbNeed < 0) {
-        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
-        return nullptr;
-    }
-    const bool growSlots = SlotsShort(pHash->nSlot, pHash->nPair);
-    // Equality counts as too little: the area's last byte is never handed out.
-    const bool growSpace = pHash->cbFree <= cbNeed;
-    if (!growSlots && !growSpace) {
-        return pHash;
-    }
-    const long long nSlot = growSlots ? GrownSlots(pHash->nSlot) : pHash->nSlot;
-    const long long cbSpace = growSpace ? GrownSpace(pHash, cbNeed) : pHash->cbSpace;
-    if (nSlot > INT_MAX || cbSpace > INT_MAX) {
-        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
-        return nullptr;
-    }
-    return VELKCVELKIReSizeHash(pHash, static_cast<int>(nSlot), static_cast<int>(cbSpace));
-}
-
-SzHash *VELKCVELKIReSizeHash(SzHash *pHash, int nSlot, int cbSpace) noexcept
-{
-    if (pHash == nullptr) {
-        return nullptr;
-    }
-    SzHash *pNew = VELKCIHashAllocator(nSlot, cbSpace);
-    if (pNew == nullptr) {
-        return nullptr;
-    }
-    VELKCCopyHash(pHash, pNew);
-    std::free(pHash);
-    return pNew;
-}
-
-// Tombstones and abandoned bytes stay behind: the copy is compact.
-void VELKCCopyHash(const SzHash *pSrc, SzHash *pDst) noexcept
-{
-    if (pSrc == nullptr || pDst == nullptr) {
-        return;
-    }
-    Rehash(pSrc, pDst, [](SzHash *pHash, const SzHashSlot &slot, int idx, const KeyHash &kh) {
-        PutPair(pHash, slot.pszKey, kh, slot.pszVal, idx);
-    });
-}
-
-SzHash *VELKCInsertNewPair(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) noexcept
-{
-    if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr) {
-        return nullptr;
-    }
-    return AddPair(pHash, szKey, HashKey(szKey), szValue, pIdx, false);
-}
-
-// A pair that does not fit in the free bytes, or an index outside the
-// table, is not written.
-void VELKCInsertPair(SzHash *pHash, const char *szKey, const char *szValue, int idx) noexcept
-{
-    if (pHash == nullptr || szKey == nullptr || szValue == nullptr || !ValidSlot(pHash, idx)) {
-        return;
-    }
-    const KeyHash kh = HashKey(szKey);
-    CheckPlacement(pHash, szKey, kh, idx);
-    PutPair(pHash, szKey, kh, szValue, idx);
-}
-
-// A value no longer than the current one overwrites it in place; a longer
-// one is stored anew and the old bytes are abandoned.
-SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) noexcept
-{
-    if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr ||
-        !ValidSlot(pHash, *pIdx) || pHash->rgSlot[*pIdx].pszKey == nullptr) {
-        return nullptr;
-    }
-    return UpdateValue(pHash, szKey, HashKey(szKey), szValue, pIdx);
-}
-
-} // extern "C"

@@ -457,6 +457,11 @@ void CheckPlacement(Block *p, const char *szKey, const KeyHash &kh, int idx) noe
     }
 }
 
+inline bool ValidSlot(const SzHash *pHash, int idx) noexcept { return idx >= 0 && idx < pHash->nSlot; }
+
+// Writes the pair into slot idx if its bytes fit in the free space.
+void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int idx) noexcept;
+
 // The table's writers behind VELKCInsertNewPair and VELKCVELKIUpdateValue,
 // for a key already hashed. AddPair checks a caller's slot against the walk
 // unless fTrustedIdx says the slot came from a lookup on this block.

@@ -1,5 +1,6 @@
 // VELKCSzHashPairNum: the number of live pairs.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/hash.h>
 

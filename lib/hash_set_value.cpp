@@ -1,6 +1,7 @@
 // VELKCSzHashSetValue: insert a pair or replace the value of a key.
 #include "hash_internal.hpp"
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <string.h>
 

@@ -2,6 +2,7 @@
 // it is short of slots or of string space.
 #include "hash_internal.hpp"
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // VELKCSzHashSetAllocator: a new empty set block of the given sizes.
 #include "hash_internal.hpp"
-#include "internal.hpp"
+#include "report.hpp"
 
 extern "C" SzHashSet *VELKCSzHashSetAllocator(int nSlot, int cbSpace) noexcept
 {

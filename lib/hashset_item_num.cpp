@@ -1,5 +1,6 @@
 // VELKCSzHashSetItemNum: the number of items.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/hashset.h>
 

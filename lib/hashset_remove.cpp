@@ -1,6 +1,6 @@
 // VELKCSzHashSetRemove: turn the item's slot into a tombstone.
 #include "hash_internal.hpp"
-#include "internal.hpp"
+#include "report.hpp"
 
 // Removing an absent item is not an error. The item's bytes stay behind
 // until the set is rebuilt; fUsed stays set.

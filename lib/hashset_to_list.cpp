@@ -1,6 +1,6 @@
 // VELKCSzHashSetToList: append every item to a list, in slot order.
 #include "hash_internal.hpp"
-#include "internal.hpp"
+#include "report.hpp"
 
 extern "C" int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList) noexcept
 {

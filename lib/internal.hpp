@@ -1,26 +1,11 @@
-// Helpers shared by the library's sources. Not installed.
+// Owners of malloc'd memory, stdio streams and file descriptors, shared by
+// the library's sources. Not installed.
 #pragma once
-
-#include <velkc/error.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <syslog.h>
 #include <unistd.h>
-
-// Every source is compiled with VELKC_SOURCE set to its base name
-// ("file_add_line"): that is the name the error record and the log carry.
-#ifndef VELKC_SOURCE
-#error "VELKC_SOURCE must name the source file"
-#endif
-
-// Records an error at the failure site.
-#define VELKC_SET_ERR(code) VELKCErrSetEx((code), VELKC_SOURCE, __LINE__)
-
-// Logs with the "%s:%d " source prefix that every library message carries.
-#define VELKC_LOG(priority, fmt, ...) \
-    syslog((priority), "%s:%d " fmt, VELKC_SOURCE, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
 
 namespace velkc {
 

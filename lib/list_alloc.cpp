@@ -1,6 +1,6 @@
 // VELKCSzListAlloc: a new empty list of at least 512 bytes.
-#include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 #include <algorithm>
 

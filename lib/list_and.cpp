@@ -1,6 +1,6 @@
 // VELKCSzListAnd: the intersection of two lists, as a new list or in place.
-#include "internal.hpp"
 #include "list_combine.hpp"
+#include "report.hpp"
 
 #include <cstring>
 
@@ -56,7 +56,7 @@ bool AndByMerge(CombineTarget &target, SzList *pList1, const SzList *pList2)
 
 // The items of list1 that also occur in list2. In place list1 only shrinks,
 // so it is passed by value.
-extern "C" VELKC_API SzList *VELKCSzListAnd(SzList *pList1, SzList *pList2, int flag) noexcept
+extern "C" VELKC_API SzList *VELKCSzListAnd(SzList *pList1, const SzList *pList2, int flag) noexcept
 {
     if (pList1 == nullptr || pList2 == nullptr || !ModesCompatible(pList1, pList2)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -1,6 +1,6 @@
 // VELKCSzListCaseFind: the index of an item equal ignoring case.
-#include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 // A byte-sorted list is refused: its order would mislead the search.
 extern "C" VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz) noexcept

@@ -1,5 +1,4 @@
 // VELKCSzListClean: removes the holes of a list.
-#include "internal.hpp"
 #include "list_internal.hpp"
 
 // Drops every hole, keeping the order of the items; returns the new count.

@@ -1,8 +1,9 @@
 // VELKCISzListExpand: moves a list into a block of twice the size.
-#include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 #include <climits>
+#include <cstdlib>
 
 extern "C" VELKC_API SzList *VELKCISzListExpand(SzList *pList) noexcept
 {

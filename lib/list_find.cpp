@@ -1,6 +1,6 @@
 // VELKCSzListFind: the index of an item equal byte for byte.
-#include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 // A Unicode-sorted list is refused: its order would mislead the search.
 extern "C" VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz) noexcept

@@ -1,5 +1,4 @@
 // VELKCSzListFindIndex: binary search over a sorted list.
-#include "internal.hpp"
 #include "list_internal.hpp"
 
 #include <velkc/unicode.h>

@@ -1,6 +1,6 @@
 // VELKCSzListFree: releases a list.
-#include "internal.hpp"
-
 #include <velkc/list.h>
+
+#include <cstdlib>
 
 extern "C" VELKC_API void VELKCSzListFree(SzList *pList) noexcept { std::free(pList); }

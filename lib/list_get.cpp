@@ -1,5 +1,6 @@
 // VELKCSzListGet: the item at an index.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/list.h>
 

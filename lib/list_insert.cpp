@@ -2,6 +2,7 @@
 // sorted position, growing the list as needed.
 #include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 #include <climits>
 #include <cstring>

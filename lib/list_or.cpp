@@ -1,6 +1,6 @@
 // VELKCSzListOr: the union of two lists, as a new list or in place.
-#include "internal.hpp"
 #include "list_combine.hpp"
+#include "report.hpp"
 
 namespace {
 
@@ -69,7 +69,7 @@ bool OrByMerge(CombineTarget &target, SzList **ppList1, const SzList *pList2)
 
 // The items of both lists, those of list2 only when not present already.
 // In place list1 may grow, so the caller's handle is updated.
-extern "C" VELKC_API SzList *VELKCSzListOr(SzList **ppList1, SzList *pList2, int flag) noexcept
+extern "C" VELKC_API SzList *VELKCSzListOr(SzList **ppList1, const SzList *pList2, int flag) noexcept
 {
     if (ppList1 == nullptr || *ppList1 == nullptr || pList2 == nullptr ||
         !ModesCompatible(*ppList1, pList2)) {

@@ -1,5 +1,4 @@
 // VELKCSzListPop: removes the last item.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

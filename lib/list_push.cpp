@@ -1,5 +1,4 @@
 // VELKCSzListPush: appends a string.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

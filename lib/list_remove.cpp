@@ -1,6 +1,6 @@
 // VELKCSzListRemove: takes the item at an index out of the list.
-#include "internal.hpp"
 #include "list_internal.hpp"
+#include "report.hpp"
 
 #include <cstring>
 

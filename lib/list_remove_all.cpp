@@ -1,5 +1,4 @@
 // VELKCSzListRemoveAll: empties a list, keeping its block and mode.
-#include "internal.hpp"
 #include "list_internal.hpp"
 
 extern "C" VELKC_API void VELKCSzListRemoveAll(SzList *pList) noexcept

@@ -1,5 +1,4 @@
 // VELKCSzListShift: removes the first item.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

@@ -1,5 +1,4 @@
 // VELKCSzListSortItems: sorts a list and sets its sort mode.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

@@ -1,5 +1,4 @@
 // VELKCSzListStrcmp: byte-order comparator for sorting items.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

@@ -1,5 +1,4 @@
 // VELKCSzListUnshift: inserts a string at the front.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 

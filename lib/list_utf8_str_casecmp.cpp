@@ -1,5 +1,4 @@
 // VELKCSzListUTF8StrCasecmp: caseless comparator for sorting items.
-#include "internal.hpp"
 
 #include <velkc/list.h>
 #include <velkc/unicode.h>

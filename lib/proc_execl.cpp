@@ -1,8 +1,9 @@
 // VELKCExecl: run a program with a null-terminated argument list and wait
 // for its exit status.
-#include "internal.hpp"
 #include "file/lock_table.hpp"
+#include "internal.hpp"
 #include "proc_child.hpp"
+#include "report.hpp"
 
 #include <velkc/proc.h>
 

@@ -4,9 +4,10 @@
 // no longer exists in it, the allocator's and stdio's included. So the
 // child-side preparations use system calls only: what they need is built in
 // the parent before the fork.
-#include "internal.hpp"
 #include "file/lock_table.hpp"
+#include "internal.hpp"
 #include "proc_child.hpp"
+#include "report.hpp"
 
 #include <velkc/proc.h>
 

@@ -1,5 +1,6 @@
 // VELKCStrCaseLower: lower-case a string into a buffer or in place.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/str.h>
 

@@ -1,9 +1,11 @@
 // VELKCStrCat: append to a caller-held buffer that grows as needed.
-#include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/str.h>
 
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {

@@ -1,5 +1,5 @@
 // VELKCStrDecodeColon: undo VELKCStrEncodeColon.
-#include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

@@ -1,6 +1,6 @@
 // VELKCStrEncodeColon: escape ':' and ';' so that the text can sit in a
 // colon-separated record.
-#include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

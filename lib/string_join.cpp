@@ -1,6 +1,7 @@
 // VELKCStrJoin: join strings with a separator into a caller-held buffer that
 // grows as needed.
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/str.h>
 
@@ -24,7 +25,7 @@ char *ReallocF(char *block, std::size_t size)
 
 } // namespace
 
-int VELKCStrJoin(char **rgszMem, int nItems, const char *szJoin, char **pszOutStr, int *pcbSize) noexcept
+int VELKCStrJoin(char *const *rgszMem, int nItems, const char *szJoin, char **pszOutStr, int *pcbSize) noexcept
 {
     if (rgszMem == nullptr || nItems < 1 || szJoin == nullptr || pszOutStr == nullptr ||
         pcbSize == nullptr || (*pszOutStr != nullptr && *pcbSize < 1)) {

@@ -1,6 +1,7 @@
 // VELKCStrReplace: replace the first occurrence of a substring, into a
 // buffer or in place.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/str.h>
 

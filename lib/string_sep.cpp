@@ -1,5 +1,6 @@
 // VELKCStrSep: split a string at any of a set of bytes, keeping empty tokens.
 #include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

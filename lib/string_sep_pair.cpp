@@ -1,6 +1,7 @@
 // VELKCStrSepPair: split "key = value" at its first '=' into two list items,
 // each trimmed of whitespace and one pair of enclosing quotes.
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/str.h>
 

@@ -1,5 +1,6 @@
 // VELKCStrTok: split a string at any of a set of bytes, dropping empty tokens.
 #include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

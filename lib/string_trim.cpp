@@ -1,5 +1,5 @@
 // VELKCStrTrim: strip a set of bytes from both ends of a string.
-#include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

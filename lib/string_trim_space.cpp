@@ -1,6 +1,6 @@
 // VELKCStrTrimSpace: strip whitespace from both ends of a string, then one
 // pair of enclosing double quotes.
-#include "internal.hpp"
+#include "report.hpp"
 #include "string_internal.hpp"
 
 #include <velkc/str.h>

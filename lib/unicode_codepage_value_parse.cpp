@@ -1,8 +1,9 @@
 // VELKCCodepageValueParse: the legacy code page of a language.
-#include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/unicode.h>
 
+#include <iterator>
 #include <strings.h>
 
 namespace {

@@ -1,6 +1,7 @@
 // Conversion helpers shared by the Unicode sources.
 #include "unicode_internal.hpp"
 
+#include <velkc/error.h>
 #include <velkc/unicode_icu.h>
 
 #include <array>
@@ -14,7 +15,7 @@
 
 namespace {
 
-// Longer texts were always refused: their UTF-16 buffer size (2n + 1 units)
+// Longer texts are refused: their UTF-16 buffer size (2n + 1 units)
 // does not fit the int32_t capacity that conversion takes.
 constexpr std::size_t kMaxBytes = std::size_t{1} << 30;
 

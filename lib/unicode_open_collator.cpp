@@ -1,4 +1,5 @@
 // VELKCUnicodeIOpenCollator and the process-wide collator it opens.
+#include "report.hpp"
 #include "unicode_internal.hpp"
 
 #include <velkc/unicode_icu.h>

@@ -1,5 +1,6 @@
 // VELKCUnicodeIUTF16StrUpper: upper-cases UTF-16 text into a heap buffer
 // that grows when the mapping needs more room.
+#include "report.hpp"
 #include "unicode_internal.hpp"
 
 #include <velkc/unicode_icu.h>

@@ -1,4 +1,5 @@
 // VELKCUnicodeUTF8StrCaseCmp: compares UTF-8 strings ignoring case.
+#include "report.hpp"
 #include "unicode_internal.hpp"
 
 #include <velkc/unicode.h>

@@ -1,4 +1,5 @@
 // VELKCUnicodeUTF8StrUpper: upper-cases UTF-8 text.
+#include "report.hpp"
 #include "unicode_internal.hpp"
 
 #include <velkc/unicode.h>

@@ -17,15 +17,15 @@ field libvelkc1 Depends | grep -q 'libicu'
 field libvelkc-dev Depends | grep -q 'libvelkc1 (= '
 dpkg-deb -I "$work/debs"/libvelkc1_*.deb shlibs | grep -qx 'libvelkc 1 libvelkc1 (>= [0-9.]*)'
 # The runtime package holds the library under its soname, the development
-# package the link that the linker looks for. (The listings are read whole:
-# grep -q would end the pipe early and fail it.)
+# package the link that the linker looks for.
 runtime=$(dpkg-deb -c "$work/debs"/libvelkc1_*.deb)
+development=$(dpkg-deb -c "$work/debs"/libvelkc-dev_*.deb)
 grep -q '/libvelkc\.so\.1 -> ' <<<"$runtime"
 if grep -q '/libvelkc\.so ' <<<"$runtime"; then
     echo "libvelkc1 holds the development link" >&2
     exit 1
 fi
-grep -q '/libvelkc\.so -> ' <<<"$(dpkg-deb -c "$work/debs"/libvelkc-dev_*.deb)"
+grep -q '/libvelkc\.so -> ' <<<"$development"
 
 echo "== unpacked, a consumer builds and runs against them"
 for deb in "$work/debs"/*.deb; do

@@ -21,7 +21,7 @@ static void ListAndTestTeardown(void)
 }
 
 // And in the handle form that the shared check calls.
-static SzList *AndByHandle(SzList **ppslList1, SzList *pslList2, int flag)
+static SzList *AndByHandle(SzList **ppslList1, const SzList *pslList2, int flag)
 {
     return VELKCSzListAnd(*ppslList1, pslList2, flag);
 }

@@ -20,7 +20,7 @@ extern SzList *gpslUnicode_Sorted;
 void ListCombineSetup(SzList **ppslList1, SzList **ppslList2);
 
 // And or Or, both taking list1 by handle.
-typedef SzList *(*ListCombineFn)(SzList **ppslList1, SzList *pslList2, int flag);
+typedef SzList *(*ListCombineFn)(SzList **ppslList1, const SzList *pslList2, int flag);
 
 // Sorts the fixture lists with mode1 and mode2 (OP_UNSORTED leaves a list as
 // built), then combines them into a new list and checks its mode and items,

@@ -1,6 +1,5 @@
 // VELKCIFileCheckFormat: can a printf format write a key/value pair.
-#include "internal.hpp"
-
+#include <velkc/error.h>
 #include <velkc/file.h>
 
 #include <string_view>

@@ -1,5 +1,6 @@
 // VELKCFileCheckKeyValue: does a key hold a given value.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/file.h>
 

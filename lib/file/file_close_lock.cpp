@@ -1,6 +1,7 @@
 // VELKCFileCloseLock: close every lock file the calling thread holds open.
-#include "internal.hpp"
 #include "lock_table.hpp"
+
+#include <cstdio>
 
 extern "C" int VELKCFileCloseLock(void) noexcept
 {

@@ -1,5 +1,6 @@
 // VELKCFileEnumSection: the names of all sections, in file order.
 #include "line_reader.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -20,8 +21,8 @@ extern "C" int VELKCFileEnumSection(const char *szFile, SzList **ppList) noexcep
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     while (reader.next()) {
         if (!VELKCIFileIsSection(reader.data(), static_cast<int>(reader.size()))) {

@@ -1,6 +1,7 @@
 // VELKCFileGetKeyValue: the value of a key, or only the size it needs.
 #include "line_model.hpp"
 #include "line_reader.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>
@@ -38,8 +39,8 @@ extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char 
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     char *dest = szValue;
     long size = 0;

@@ -1,9 +1,9 @@
 // VELKCFileGetKeys: the pairs of chosen keys, or of all keys, split at any
 // of a set of separators.
-#include "internal.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "owned_container.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>
@@ -61,14 +61,13 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
     if (!wanted) {
         return -1;
     }
-    // Or reads its second list only; it is not const in the interface.
-    if (pKeys != nullptr && VELKCSzListOr(wanted.address(), const_cast<SzList *>(pKeys), 0) == nullptr) {
+    if (pKeys != nullptr && VELKCSzListOr(wanted.address(), pKeys, 0) == nullptr) {
         VELKC_LOG(LOG_ERR, "VELKCSzListOr() failed!! kovaerr=[0x%04X]", VELKCErrGet());
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     const bool takeAll = wanted->nItem == 0;
     Pair pair;

@@ -1,6 +1,7 @@
 // VELKCFileGetLine: the first (or last) line that matches a pattern.
 #include "line_model.hpp"
 #include "line_reader.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -15,8 +16,8 @@ extern "C" int VELKCFileGetLine(const char *szFile, const char *szPattern, char 
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     std::size_t size = 0;
     while (reader.next()) {

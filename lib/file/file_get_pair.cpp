@@ -1,8 +1,8 @@
 // VELKCFileGetPair: every "key=value" pair of a file into a hash.
-#include "internal.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "pair_splitter.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -19,8 +19,8 @@ extern "C" int VELKCFileGetPair(const char *szFile, SzHash **ppHash) noexcept
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     while (reader.next()) {
         if (!velkc::IsCommentLine(reader.data()) && !splitter.add(reader.data(), ppHash)) {

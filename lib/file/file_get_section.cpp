@@ -1,8 +1,8 @@
 // VELKCFileGetSection: the pairs of the first section of a name into a hash.
-#include "internal.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "pair_splitter.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -20,8 +20,8 @@ extern "C" int VELKCFileGetSection(const char *szFile, const char *szSection, Sz
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     bool found = false;
     while (!found && reader.next()) {

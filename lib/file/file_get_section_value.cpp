@@ -1,6 +1,6 @@
 // VELKCFileGetSectionValue: one value of a section.
-#include "internal.hpp"
 #include "owned_container.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -18,16 +18,6 @@ bool Exists(const char *path)
 }
 
 } // namespace
-
-// Logs and rejects a failed argument check, naming the condition.
-#define VELKC_REQUIRE(cond)                                               \
-    do {                                                                  \
-        if (!(cond)) {                                                    \
-            VELKC_LOG(LOG_ERR, "Invaild Argument (%s)=[%d]\n", #cond, 0); \
-            VELKC_SET_ERR(ERR_BAD_PARAMETERS);                            \
-            return -1;                                                    \
-        }                                                                 \
-    } while (0)
 
 // Writes the value, cut to cbValue - 1 bytes, and returns 0; -1 when the
 // section is missing or empty (ERR_SECTION_NOT_FOUND) or the key is absent

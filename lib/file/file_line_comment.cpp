@@ -1,4 +1,5 @@
 // VELKCFileLineComment: comment out, or back in, the lines holding a pattern.
+#include "report.hpp"
 #include "rewrite.hpp"
 
 #include <algorithm>

@@ -1,10 +1,13 @@
 // VELKCFileLockTableGet: the calling thread's table of lock files, created
 // on first use, closed at thread exit and reset in forked children.
-#include "internal.hpp"
 #include "lock_table.hpp"
+#include "report.hpp"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace {
 

@@ -1,6 +1,7 @@
 // VELKCFileMatch: does a line's token list begin with a pattern list.
 #include "internal.hpp"
 #include "line_model.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>

@@ -1,5 +1,6 @@
 // VELKCIFileMatchSection: is a line the header of a named section.
-#include "internal.hpp"
+
+#include "report.hpp"
 
 #include <velkc/file.h>
 

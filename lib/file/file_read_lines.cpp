@@ -1,6 +1,7 @@
 // VELKCFileReadLines: the raw lines of a file, in pieces of at most 1023
 // bytes.
 #include "line_reader.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 
@@ -19,8 +20,8 @@ extern "C" int VELKCFileReadLines(const char *szFile, SzList **ppList) noexcept
         return -1;
     }
     velkc::LineReader reader;
-    if (!VELKC_OPEN_READER(reader, szFile)) {
-        return -1;
+    if (velkc::Status status = reader.open(szFile)) {
+        return VELKC_FAIL(status);
     }
     char piece[kMaxPiece + 1];
     while (reader.next()) {

@@ -1,4 +1,5 @@
 // VELKCFileReplaceSubStr: replace every occurrence of a text in every line.
+#include "report.hpp"
 #include "rewrite.hpp"
 
 #include <cstring>

@@ -1,6 +1,7 @@
 // VELKCFileSetKeys: set many keys at once and drop others.
 #include "line_model.hpp"
 #include "owned_container.hpp"
+#include "report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 
@@ -144,7 +145,7 @@ private:
 
 } // namespace
 
-extern "C" int VELKCFileSetKeys(const char *szFile, SzHash *pHash, SzHash *pRemove, const char *szFormat) noexcept
+extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const SzHash *pRemove, const char *szFormat) noexcept
 {
     if (szFile == nullptr || pHash == nullptr || !velkc::SafePairs(pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

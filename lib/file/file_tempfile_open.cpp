@@ -1,6 +1,7 @@
 // VELKCFileTempFileOpen: create a unique file from a mkstemp template and
 // open it for writing.
 #include "internal.hpp"
+#include "report.hpp"
 
 #include <velkc/file.h>
 

@@ -1,6 +1,8 @@
 // Line classification shared by the configuration-file functions.
 #include "line_model.hpp"
 
+#include "internal.hpp"
+
 #include <velkc/unicode.h>
 
 #include <climits>

@@ -41,15 +41,6 @@ void LineReader::attach(UniqueFd fd) noexcept
     error_ = kOk;
 }
 
-bool OpenReader(LineReader &reader, const char *path, const char *source, int line)
-{
-    if (Status status = reader.open(path)) {
-        VELKCErrSetEx(status, source, line);
-        return false;
-    }
-    return true;
-}
-
 Status LineReader::rewind()
 {
     if (::lseek(fd_.get(), 0, SEEK_SET) != 0) {

@@ -2,7 +2,7 @@
 // buffer. Shared by every configuration-file reader and writer.
 //
 //   velkc::LineReader reader;
-//   if (!VELKC_OPEN_READER(reader, szFile)) return -1;
+//   if (velkc::Status s = reader.open(szFile)) return VELKC_FAIL(s);
 //   while (reader.next()) { use reader.data(), reader.size(), reader.view() }
 //   if (reader.error()) { ... a read error, not the end of the file ... }
 //
@@ -12,6 +12,7 @@
 // own: callers record error() at their own failure site.
 #pragma once
 
+#include "internal.hpp"
 #include "status.hpp"
 
 #include <velkc/file.h>
@@ -151,12 +152,5 @@ private:
     Status error_ = kOk;
     bool unterminated_ = false;
 };
-
-// Opens path for reading into reader; when it cannot be opened, records the
-// failure with the given source and line, those of the calling function
-// (see VELKC_OPEN_READER).
-bool OpenReader(LineReader &reader, const char *path, const char *source, int line);
-
-#define VELKC_OPEN_READER(reader, path) velkc::OpenReader((reader), (path), VELKC_SOURCE, __LINE__)
 
 } // namespace velkc

@@ -103,9 +103,11 @@ Status Output::Flush()
     return kOk;
 }
 
-Status Output::Error() const noexcept
+Status Output::Error() const noexcept { return WriteFailure(quotaError_); }
+
+Status WriteFailure(bool quotaError) noexcept
 {
-    return quotaError_ && errno == EDQUOT ? ERR_QUOTA_EXCEEDED : ERR_WRITE_FAILED;
+    return quotaError && errno == EDQUOT ? ERR_QUOTA_EXCEEDED : ERR_WRITE_FAILED;
 }
 
 bool WriteAll(int fd, std::string_view text, long long offset) noexcept

@@ -52,6 +52,10 @@ private:
     std::size_t capacity_ = 0;
 };
 
+// The code for the write failure that just happened (errno is read): with
+// quotaError, EDQUOT gives ERR_QUOTA_EXCEEDED.
+Status WriteFailure(bool quotaError) noexcept;
+
 // Writes all of text at offset (or at the current position when offset < 0),
 // resuming after short writes and EINTR. False with errno set on failure.
 bool WriteAll(int fd, std::string_view text, long long offset = -1) noexcept;

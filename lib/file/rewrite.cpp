@@ -1,9 +1,9 @@
-// The rewrite-and-commit path shared by the configuration-file writers.
+// The rewrite steps shared by the configuration-file writers.
 #include "rewrite.hpp"
 
+#include "commit.hpp"
 #include "line_model.hpp"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -126,35 +126,13 @@ Status Rewrite::SeparateFromLastLine()
 
 Status Rewrite::Commit()
 {
-    const int fd = temp_.fd();
-    if (Status status = out_.Flush()) {
-        return status;
-    }
-    if (fsync(fd) != 0) {
-        return out_.Error();
-    }
-    // fchown clears set-id bits, so the mode is set after it.
-    if (setOwner_ && (fchown(fd, stat_.st_uid, stat_.st_gid) != 0 || fchmod(fd, stat_.st_mode & 07777) != 0)) {
-        return out_.Error();
-    }
-    if (Status status = creating_ ? temp_.LinkNew() : temp_.Replace()) {
-        return status;
-    }
-    return fsync(where_.dirFd()) == 0 ? kOk : ERR_WRITE_FAILED;
+    const Ownership owner{stat_.st_uid, stat_.st_gid, stat_.st_mode};
+    return CommitTemp(out_, temp_, setOwner_ ? &owner : nullptr, creating_, where_.dirFd());
 }
 
 Status Rewrite::Append(std::string_view text)
 {
-    const int fd = reader_.fd();
-    const off_t end = stat_.st_size;
-    if (WriteAll(fd, text, end) && fsync(fd) == 0) {
-        return kOk;
-    }
-    const Status status = out_.Error();
-    if (ftruncate(fd, end) == 0) {
-        fsync(fd);
-    }
-    return status;
+    return AppendAt(reader_.fd(), stat_.st_size, text, policy_.quotaError);
 }
 
 } // namespace velkc

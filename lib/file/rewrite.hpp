@@ -113,18 +113,15 @@ public:
     Output &out() noexcept { return out_; }
     LineReader &target() noexcept { return reader_; }
 
-    // Flushes and syncs the temporary file, gives it the remembered owner
-    // and mode, and moves it into place: renamed over the target, or linked
-    // in where there was none. Then the directory is synced, so that the
-    // change survives a power loss once reported.
+    // Moves the temporary file into place with the remembered owner and
+    // mode (see CommitTemp).
     Status Commit();
 
     // Commits when the steps before went well; otherwise passes their
     // failure on.
     Status CommitAfter(Status before) { return before != kOk ? before : Commit(); }
 
-    // Writes text at the end of the opened (writable) target in one call
-    // and syncs it; on any failure the file is cut back to its old length.
+    // Appends text to the opened (writable) target (see AppendAt).
     Status Append(std::string_view text);
 
     // Creates the missing target holding text (see BeginCreate).

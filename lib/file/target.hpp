@@ -3,6 +3,7 @@
 // exclusive lock that serialises writers across threads and processes.
 #pragma once
 
+#include "internal.hpp"
 #include "status.hpp"
 
 #include <climits>

@@ -9,6 +9,7 @@
 // commit is removed.
 #pragma once
 
+#include "internal.hpp"
 #include "status.hpp"
 
 #include <climits>

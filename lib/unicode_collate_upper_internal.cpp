@@ -2,6 +2,8 @@
 // upper-cased only as far as the collator reads them.
 #include "unicode_internal.hpp"
 
+#include <velkc/error.h>
+
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -1,4 +1,5 @@
 // The process-wide lock around ICU calls and its fork handlers.
+#include "report.hpp"
 #include "unicode_internal.hpp"
 
 #include <atomic>
