@@ -142,7 +142,8 @@ void BM_ReadMemmem(benchmark::State &state, const char *where)
             break;
         }
         at += needle.size();
-        const char *end = static_cast<const char *>(std::memchr(at, '\n', size - static_cast<std::size_t>(at - buf.data())));
+        const char *end =
+            static_cast<const char *>(std::memchr(at, '\n', size - static_cast<std::size_t>(at - buf.data())));
         std::memcpy(value, at, static_cast<std::size_t>(end - at));
         value[end - at] = '\0';
         benchmark::DoNotOptimize(value);
@@ -201,10 +202,8 @@ BENCHMARK_CAPTURE(BM_WriteSyncRename, disk, "disk")->UseRealTime()->MinTime(1.0)
 
 VELKC_BENCH_MAIN({
     {"file_get_key_value_10k_tmpfs_vs_read_memmem", "BM_GetKeyValue/tmpfs", "BM_ReadMemmem/tmpfs", 3},
-    {"file_set_key_value_10k_tmpfs_vs_write_fsync_rename", "BM_SetKeyValue/tmpfs",
-     "BM_WriteSyncRename/tmpfs", 5},
-    {"file_set_keys_10k_tmpfs_vs_write_fsync_rename", "BM_SetKeys/tmpfs", "BM_WriteSyncRename/tmpfs",
-     5},
+    {"file_set_key_value_10k_tmpfs_vs_write_fsync_rename", "BM_SetKeyValue/tmpfs", "BM_WriteSyncRename/tmpfs", 5},
+    {"file_set_keys_10k_tmpfs_vs_write_fsync_rename", "BM_SetKeys/tmpfs", "BM_WriteSyncRename/tmpfs", 5},
     {"file_set_key_value_10k_disk_vs_write_fsync_rename", "BM_SetKeyValue/disk/min_time:1.000/real_time",
      "BM_WriteSyncRename/disk/min_time:1.000/real_time", 2, true},
 })

@@ -11,8 +11,8 @@
 #include <functional>
 #include <malloc.h>
 #include <random>
-#include <time.h>
 #include <string>
+#include <time.h>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -159,7 +159,9 @@ void SetRows(const Data &d)
     };
     const auto newStd = [&] { set = {}; };
     const auto nothing = [] {};
-    const auto hasLib = [&](const std::string &k) { benchmark::DoNotOptimize(VELKCSzHashSetContains(pSet, k.c_str())); };
+    const auto hasLib = [&](const std::string &k) {
+        benchmark::DoNotOptimize(VELKCSzHashSetContains(pSet, k.c_str()));
+    };
     const auto hasStd = [&](const std::string &k) { benchmark::DoNotOptimize(set.count(k)); };
     const std::string name = d.name;
     Row("SzHashSet add, " + name,

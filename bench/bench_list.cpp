@@ -68,9 +68,8 @@ void BM_Peer(benchmark::State &state)
             if (sorted) {
                 benchmark::DoNotOptimize(std::binary_search(items.begin(), items.end(), psz, less));
             } else {
-                benchmark::DoNotOptimize(std::find_if(items.begin(), items.end(), [psz](const char *item) {
-                    return std::strcmp(item, psz) == 0;
-                }));
+                benchmark::DoNotOptimize(std::find_if(items.begin(), items.end(),
+                                                      [psz](const char *item) { return std::strcmp(item, psz) == 0; }));
             }
         }
     }

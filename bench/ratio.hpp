@@ -95,5 +95,5 @@ inline int RunWithRatios(int argc, char **argv, const std::vector<Ratio> &ratios
 
 } // namespace velkc::bench
 
-#define VELKC_BENCH_MAIN(...)                                                                                         \
+#define VELKC_BENCH_MAIN(...) \
     int main(int argc, char **argv) { return velkc::bench::RunWithRatios(argc, argv, __VA_ARGS__); }

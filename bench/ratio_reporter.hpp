@@ -46,12 +46,12 @@ private:
 };
 
 // Runs the registered benchmarks and prints the ratio table.
-#define RATIO_BENCHMARK_MAIN()                                     \
-    int main(int argc, char **argv)                                \
-    {                                                              \
-        benchmark::Initialize(&argc, argv);                        \
-        RatioReporter reporter;                                    \
-        benchmark::RunSpecifiedBenchmarks(&reporter);              \
-        benchmark::Shutdown();                                     \
-        return 0;                                                  \
+#define RATIO_BENCHMARK_MAIN()                        \
+    int main(int argc, char **argv)                   \
+    {                                                 \
+        benchmark::Initialize(&argc, argv);           \
+        RatioReporter reporter;                       \
+        benchmark::RunSpecifiedBenchmarks(&reporter); \
+        benchmark::Shutdown();                        \
+        return 0;                                     \
     }

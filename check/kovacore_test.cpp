@@ -73,10 +73,7 @@ int CompareFile(const char *path, const char **expected, bool skipComments)
 
 extern "C" {
 
-int CheckFileWithGetline(const char *path, const char **expected)
-{
-    return CompareFile(path, expected, true);
-}
+int CheckFileWithGetline(const char *path, const char **expected) { return CompareFile(path, expected, true); }
 
 int CheckFileWithGetlineIgnoreComment(const char *path, const char **expected)
 {

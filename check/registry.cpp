@@ -7,16 +7,11 @@
 extern "C" {
 
 KOVACheckTest grgTest[] = {
-    {"bdb", make_bdb_suite, 0, 0},
-    {"crypt", make_crypt_suite, 0, 0},
-    {"file", make_file_suite, 0, 0},
-    {"hash", make_hash_suite, 0, 0},
-    {"hashset", make_hashset_suite, 0, 0},
-    {"list", make_list_suite, 0, 0},
-    {"proc", make_proc_suite, 0, 0},
-    {"string", make_string_suite, 0, 0},
-    {"unicode", make_unicode_suite, 0, 0},
-    {"", nullptr, 0, 0},
+    {"bdb", make_bdb_suite, 0, 0},         {"crypt", make_crypt_suite, 0, 0},
+    {"file", make_file_suite, 0, 0},       {"hash", make_hash_suite, 0, 0},
+    {"hashset", make_hashset_suite, 0, 0}, {"list", make_list_suite, 0, 0},
+    {"proc", make_proc_suite, 0, 0},       {"string", make_string_suite, 0, 0},
+    {"unicode", make_unicode_suite, 0, 0}, {"", nullptr, 0, 0},
 };
 
 int MarkTest(const char *name, int enabled)

@@ -11,10 +11,10 @@ namespace {
 // live pairs, times the free slots, plus what is needed now.
 long long GrownSpace(const SzHash *pHash, int cbNeed) noexcept
 {
-    const long long avg = pHash->nPair == 0
-                              ? cbNeed
-                              : static_cast<long long>(static_cast<float>(pHash->cbSpace) /
-                                                       static_cast<float>(pHash->nPair));
+    const long long avg =
+        pHash->nPair == 0
+            ? cbNeed
+            : static_cast<long long>(static_cast<float>(pHash->cbSpace) / static_cast<float>(pHash->nPair));
     return pHash->cbSpace + avg * (pHash->nSlot - pHash->nPair) + cbNeed;
 }
 

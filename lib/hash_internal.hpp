@@ -217,8 +217,8 @@ struct SlotIndex {
 template <typename Block>
 std::size_t IndexOffset(int nSlot, int cbSpace) noexcept
 {
-    const std::size_t cb = sizeof(Block) + static_cast<std::size_t>(nSlot) * sizeof(SlotOf<Block>) +
-                           static_cast<std::size_t>(cbSpace);
+    const std::size_t cb =
+        sizeof(Block) + static_cast<std::size_t>(nSlot) * sizeof(SlotOf<Block>) + static_cast<std::size_t>(cbSpace);
     return (cb + 7) & ~std::size_t{7};
 }
 
@@ -495,8 +495,7 @@ void Rehash(const Block *src, Block *dst, Put put)
     const bool fDistinct = IndexOf(src).Exact() && ixDst.Exact() && Count(dst) == 0;
     ForEachLive(src, [&](const SlotOf<const Block> &slot) {
         const KeyHash kh = HashKey(slot.pszKey);
-        const int idx = fDistinct ? FreeSlot(dst, ixDst, HomeSlot(kh, dst->nSlot))
-                                  : SlotForWrite(dst, slot.pszKey, kh);
+        const int idx = fDistinct ? FreeSlot(dst, ixDst, HomeSlot(kh, dst->nSlot)) : SlotForWrite(dst, slot.pszKey, kh);
         if (idx >= 0) {
             put(dst, slot, idx, kh);
         }

@@ -6,8 +6,8 @@
 extern "C" SzHash *VELKCVELKIUpdateValue(SzHash *pHash, const char *szKey, const char *szValue, int *pIdx) noexcept
 {
     using namespace velkc::hash;
-    if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr ||
-        !ValidSlot(pHash, *pIdx) || pHash->rgSlot[*pIdx].pszKey == nullptr) {
+    if (pHash == nullptr || szKey == nullptr || szValue == nullptr || pIdx == nullptr || !ValidSlot(pHash, *pIdx) ||
+        pHash->rgSlot[*pIdx].pszKey == nullptr) {
         return nullptr;
     }
     return UpdateValue(pHash, szKey, HashKey(szKey), szValue, pIdx);

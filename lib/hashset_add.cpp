@@ -35,10 +35,9 @@ bool NeedsRebuild(const SzHashSet *pSet, int cbItem) noexcept
 long long RebuiltSpace(const SzHashSet *pSet, int cbItem, long long nSlot) noexcept
 {
     const long long cbUsed = pSet->cbSpace - pSet->cbFree;
-    const long long avg =
-        pSet->nItem == 0
-            ? cbItem
-            : static_cast<long long>(static_cast<float>(cbUsed) / static_cast<float>(pSet->nItem));
+    const long long avg = pSet->nItem == 0
+                              ? cbItem
+                              : static_cast<long long>(static_cast<float>(cbUsed) / static_cast<float>(pSet->nItem));
     return std::max({cbItem + avg * nSlot, static_cast<long long>(pSet->cbSpace), cbUsed + cbItem});
 }
 

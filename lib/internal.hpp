@@ -31,7 +31,8 @@ public:
     UniqueFd() = default;
     explicit UniqueFd(int fd) noexcept : fd_(fd) {}
     UniqueFd(UniqueFd &&o) noexcept : fd_(o.release()) {}
-    UniqueFd &operator=(UniqueFd &&o) noexcept {
+    UniqueFd &operator=(UniqueFd &&o) noexcept
+    {
         if (this != &o) {
             reset(o.release());
         }
@@ -43,12 +44,14 @@ public:
 
     int get() const noexcept { return fd_; }
     explicit operator bool() const noexcept { return fd_ >= 0; }
-    int release() noexcept {
+    int release() noexcept
+    {
         int fd = fd_;
         fd_ = -1;
         return fd;
     }
-    void reset(int fd = -1) noexcept {
+    void reset(int fd = -1) noexcept
+    {
         if (fd_ >= 0) {
             ::close(fd_);
         }

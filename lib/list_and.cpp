@@ -33,8 +33,7 @@ bool AndByLookup(CombineTarget &target, SzList *pList1, const SzList *pList2)
 {
     const bool caseless = pList2->fMode == OP_UNICODE_SORTED;
     return FilterItems(pList1, pList1->nItem, [&](const char *psz) {
-        return Lookup(pList2, psz, caseless) >= 0 ? target.PushIfNew(psz)
-                                                  : target.RemoveIfAllowed();
+        return Lookup(pList2, psz, caseless) >= 0 ? target.PushIfNew(psz) : target.RemoveIfAllowed();
     });
 }
 
@@ -44,8 +43,7 @@ bool AndByMerge(CombineTarget &target, SzList *pList1, const SzList *pList2)
     const bool caseless = pList1->fMode == OP_UNICODE_SORTED;
     const bool fDone = MergeWalk(
         &pList1, pList1->nItem, pList2, caseless, [&](int) { return target.RemoveIfAllowed(); },
-        [&](int, int j) { return target.PushIfNew(pList2->pszItem[j]); },
-        [](int) { return Visit::Keep; });
+        [&](int, int j) { return target.PushIfNew(pList2->pszItem[j]); }, [](int) { return Visit::Keep; });
     if (fDone && target.IsNew()) {
         (*target.Handle())->fMode = pList1->fMode;
     }

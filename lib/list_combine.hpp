@@ -15,9 +15,8 @@ enum class Visit { Keep, Remove, Fail };
 // both inputs alone; any other flag works on list1, cleaned of holes first,
 // and only flag 0 allows removing from it.
 class CombineTarget {
-  public:
-    CombineTarget(SzList **ppList1, int flag, int cbNew) noexcept
-        : fNew_(flag == OP_NEW_LIST), fRemove_(flag == 0)
+public:
+    CombineTarget(SzList **ppList1, int flag, int cbNew) noexcept : fNew_(flag == OP_NEW_LIST), fRemove_(flag == 0)
     {
         if (fNew_) {
             pNew_ = VELKCSzListAlloc(cbNew);
@@ -37,10 +36,7 @@ class CombineTarget {
     // The result list's handle; pushes may move the list.
     SzList **Handle() noexcept { return ppResult_; }
 
-    Visit Push(const char *psz) noexcept
-    {
-        return VELKCSzListPush(ppResult_, psz) >= 0 ? Visit::Keep : Visit::Fail;
-    }
+    Visit Push(const char *psz) noexcept { return VELKCSzListPush(ppResult_, psz) >= 0 ? Visit::Keep : Visit::Fail; }
     Visit PushIfNew(const char *psz) noexcept { return fNew_ ? Push(psz) : Visit::Keep; }
     Visit RemoveIfAllowed() const noexcept { return fRemove_ ? Visit::Remove : Visit::Keep; }
 
@@ -55,7 +51,7 @@ class CombineTarget {
         return pResult;
     }
 
-  private:
+private:
     bool fNew_;
     bool fRemove_;
     SzList *pNew_ = nullptr;
@@ -68,13 +64,13 @@ inline int UsedBytes(const SzList *pList) noexcept { return pList->cbSize - pLis
 // An unsorted list combines with any other; two sorted ones must agree.
 inline bool ModesCompatible(const SzList *pList1, const SzList *pList2) noexcept
 {
-    return pList1->fMode == OP_UNSORTED || pList2->fMode == OP_UNSORTED ||
-           pList1->fMode == pList2->fMode;
+    return pList1->fMode == OP_UNSORTED || pList2->fMode == OP_UNSORTED || pList1->fMode == pList2->fMode;
 }
 
 // Calls fnVisit(psz) on each item of pList that is not a hole, in order.
 // False if a visit failed.
-template <typename FnVisit> bool ForEachItem(const SzList *pList, FnVisit fnVisit)
+template <typename FnVisit>
+bool ForEachItem(const SzList *pList, FnVisit fnVisit)
 {
     for (int i = 0; i < pList->nItem; ++i) {
         const char *psz = pList->pszItem[i];
@@ -92,7 +88,8 @@ inline bool CombineTarget::PushAll(const SzList *pList) noexcept
 
 // Calls fnVisit(psz) on each of the first n items of pList that is not a
 // hole, in order, removing the item when asked. False if a visit failed.
-template <typename FnVisit> bool FilterItems(SzList *pList, int n, FnVisit fnVisit)
+template <typename FnVisit>
+bool FilterItems(SzList *pList, int n, FnVisit fnVisit)
 {
     for (int i = 0; i < n;) {
         const char *psz = pList->pszItem[i];
@@ -128,8 +125,8 @@ inline int SkipHoles(const SzList *pList, int i, int n) noexcept
 // List1 is read through its handle because the visits may grow it. False
 // if a compare or a visit failed.
 template <typename FnLeft, typename FnBoth, typename FnRight>
-bool MergeWalk(SzList *const *ppList1, int n1, const SzList *pList2, bool caseless, FnLeft fnLeft,
-               FnBoth fnBoth, FnRight fnRight)
+bool MergeWalk(SzList *const *ppList1, int n1, const SzList *pList2, bool caseless, FnLeft fnLeft, FnBoth fnBoth,
+               FnRight fnRight)
 {
     const int n2 = pList2->nItem;
     int i = SkipHoles(*ppList1, 0, n1);

@@ -34,8 +34,7 @@ extern "C" VELKC_API int VELKCSzListInsert(SzList **ppList, int index, const cha
     }
     SzList *pList = *ppList;
     if (IsSortedMode(pList->fMode)) {
-        const int r =
-            VELKCSzListFindIndex(pList, pList->nItem - 1, 0, sz, pList->fMode == OP_UNICODE_SORTED);
+        const int r = VELKCSzListFindIndex(pList, pList->nItem - 1, 0, sz, pList->fMode == OP_UNICODE_SORTED);
         index = r >= 0 ? r : ~r;
     }
     const std::size_t cch = std::strlen(sz);

@@ -85,8 +85,7 @@ int ScanFor(const SzList *pList, const char *psz, bool caseless) noexcept
     const char first = *psz;
     for (int i = 0; i < pList->nItem; ++i) {
         const char *pszItem = pList->pszItem[i];
-        if (*pszItem == first && !IsHole(pList, pszItem) &&
-            (first == '\0' || std::strcmp(pszItem + 1, psz + 1) == 0)) {
+        if (*pszItem == first && !IsHole(pList, pszItem) && (first == '\0' || std::strcmp(pszItem + 1, psz + 1) == 0)) {
             return i;
         }
     }

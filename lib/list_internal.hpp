@@ -17,10 +17,7 @@ static_assert(sizeof(SzList) == kHeaderSize, "the list header is 32 bytes");
 inline bool IsHole(const SzList *pList, const char *psz) noexcept { return psz == pList->pszEmpty; }
 
 // Lists whose items are kept in an order that binary search can rely on.
-inline bool IsSortedMode(int mode) noexcept
-{
-    return mode == OP_SORTED || mode == OP_UNICODE_SORTED;
-}
+inline bool IsSortedMode(int mode) noexcept { return mode == OP_SORTED || mode == OP_UNICODE_SORTED; }
 
 // A new empty block of cbSize bytes, or null. Records no error.
 SzList *NewBlock(int cbSize) noexcept;

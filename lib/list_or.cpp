@@ -37,9 +37,8 @@ bool OrFromUnsorted(CombineTarget &target, SzList **ppList1, const SzList *pList
     } else {
         VELKCSzListSortItems(*ppList1, OP_UNSORTED); // pushes must append
     }
-    const bool fDone = ForEachItem(pList2, [&](const char *psz) {
-        return Lookup(*ppSearch, psz, caseless) < 0 ? target.Push(psz) : Visit::Keep;
-    });
+    const bool fDone = ForEachItem(
+        pList2, [&](const char *psz) { return Lookup(*ppSearch, psz, caseless) < 0 ? target.Push(psz) : Visit::Keep; });
     if (!target.IsNew()) {
         VELKCSzListSortItems(*ppList1, mode1);
     }
@@ -57,8 +56,7 @@ bool OrByMerge(CombineTarget &target, SzList **ppList1, const SzList *pList2)
     const auto fnPushLeft = [&](int i) { return target.PushIfNew((*ppList1)->pszItem[i]); };
     const bool fDone = MergeWalk(
         ppList1, (*ppList1)->nItem, pList2, mode == OP_UNICODE_SORTED, fnPushLeft,
-        [&](int i, int) { return fnPushLeft(i); },
-        [&](int j) { return target.Push(pList2->pszItem[j]); });
+        [&](int i, int) { return fnPushLeft(i); }, [&](int j) { return target.Push(pList2->pszItem[j]); });
     if (fDone) {
         VELKCSzListSortItems(*target.Handle(), mode);
     }
@@ -71,8 +69,7 @@ bool OrByMerge(CombineTarget &target, SzList **ppList1, const SzList *pList2)
 // In place list1 may grow, so the caller's handle is updated.
 extern "C" VELKC_API SzList *VELKCSzListOr(SzList **ppList1, const SzList *pList2, int flag) noexcept
 {
-    if (ppList1 == nullptr || *ppList1 == nullptr || pList2 == nullptr ||
-        !ModesCompatible(*ppList1, pList2)) {
+    if (ppList1 == nullptr || *ppList1 == nullptr || pList2 == nullptr || !ModesCompatible(*ppList1, pList2)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return nullptr;
     }

@@ -20,8 +20,7 @@ extern "C" VELKC_API void VELKCSzListSortItems(SzList *pList, int mode) noexcept
         }
         if (pfnCompare != nullptr) {
             VELKCSzListClean(pList);
-            std::qsort(pList->pszItem, static_cast<std::size_t>(pList->nItem), sizeof(char *),
-                       pfnCompare);
+            std::qsort(pList->pszItem, static_cast<std::size_t>(pList->nItem), sizeof(char *), pfnCompare);
         }
     }
     pList->fMode = mode;

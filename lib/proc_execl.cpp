@@ -39,9 +39,8 @@ InitCredentialsFn LoadInitCredentials()
 {
     static const InitCredentialsFn fn = [] {
         void *lib = dlopen("libkovacredentials.so.6", RTLD_NOW | RTLD_LOCAL);
-        return lib != nullptr
-                   ? reinterpret_cast<InitCredentialsFn>(dlsym(lib, "InitCredentialsByExecutable"))
-                   : nullptr;
+        return lib != nullptr ? reinterpret_cast<InitCredentialsFn>(dlsym(lib, "InitCredentialsByExecutable"))
+                              : nullptr;
     }();
     return fn;
 }
@@ -207,8 +206,7 @@ public:
     static constexpr std::size_t kSize = 64 * 1024;
     ChildStack() noexcept
         : base_(mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0))
-    {
-    }
+    {}
     ChildStack(const ChildStack &) = delete;
     ChildStack &operator=(const ChildStack &) = delete;
     ~ChildStack()

@@ -68,8 +68,7 @@ void SendToSystemLog(const ChildLogLine &line)
     addr.sun_family = AF_UNIX;
     constexpr char kLogSocket[] = "/dev/log";
     std::memcpy(addr.sun_path, kLogSocket, sizeof kLogSocket);
-    sendto(fd.get(), line.data(), line.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr *>(&addr),
-           sizeof addr);
+    sendto(fd.get(), line.data(), line.size(), MSG_NOSIGNAL, reinterpret_cast<const sockaddr *>(&addr), sizeof addr);
 }
 
 // What syslog(LOG_ERR, "%s:%d Failed to fork(). errno=[%d/%m]", ...) would

@@ -15,8 +15,7 @@ namespace {
 // size that an int can't hold counts as a failed allocation.
 char *ReallocF(char *block, std::size_t size)
 {
-    char *grown =
-        size <= static_cast<std::size_t>(INT_MAX) ? static_cast<char *>(std::realloc(block, size)) : nullptr;
+    char *grown = size <= static_cast<std::size_t>(INT_MAX) ? static_cast<char *>(std::realloc(block, size)) : nullptr;
     if (grown == nullptr) {
         std::free(block);
     }
@@ -27,8 +26,8 @@ char *ReallocF(char *block, std::size_t size)
 
 int VELKCStrJoin(char *const *rgszMem, int nItems, const char *szJoin, char **pszOutStr, int *pcbSize) noexcept
 {
-    if (rgszMem == nullptr || nItems < 1 || szJoin == nullptr || pszOutStr == nullptr ||
-        pcbSize == nullptr || (*pszOutStr != nullptr && *pcbSize < 1)) {
+    if (rgszMem == nullptr || nItems < 1 || szJoin == nullptr || pszOutStr == nullptr || pcbSize == nullptr ||
+        (*pszOutStr != nullptr && *pcbSize < 1)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         VELKC_LOG(LOG_ERR, "Bad parameters!!");
         return -1;

@@ -60,8 +60,8 @@ bool HasAsciiContext(const UCollator *pColl)
         UChar32 last = 0;
         std::array<UChar, 64> text{};
         status = U_ZERO_ERROR;
-        const int32_t cch = uset_getItem(contractions.get(), i, &first, &last, text.data(),
-                                         static_cast<int32_t>(text.size()), &status);
+        const int32_t cch =
+            uset_getItem(contractions.get(), i, &first, &last, text.data(), static_cast<int32_t>(text.size()), &status);
         if (cch > static_cast<int32_t>(text.size())) {
             return true;
         }

@@ -74,8 +74,7 @@ private:
     // of the text or on failure.
     bool Produce() noexcept
     {
-        if (iSrc_ == static_cast<int32_t>(src_.size()) || err_ != 0 ||
-            (cap_ - n_ < kMaxUnitsPerCodePoint && !Grow())) {
+        if (iSrc_ == static_cast<int32_t>(src_.size()) || err_ != 0 || (cap_ - n_ < kMaxUnitsPerCodePoint && !Grow())) {
             return false;
         }
         const auto c = static_cast<unsigned char>(src_[static_cast<std::size_t>(iSrc_)]);
@@ -192,8 +191,7 @@ unsigned CollateUpper(const UCollator *pColl, std::string_view a, std::string_vi
     LazyUpper upperA(a);
     LazyUpper upperB(b);
     UErrorCode status = U_ZERO_ERROR;
-    const UCollationResult r =
-        WithIcu([&] { return ucol_strcollIter(pColl, upperA.Iter(), upperB.Iter(), &status); });
+    const UCollationResult r = WithIcu([&] { return ucol_strcollIter(pColl, upperA.Iter(), upperB.Iter(), &status); });
     if (const unsigned err = upperA.Error() != 0 ? upperA.Error() : upperB.Error(); err != 0) {
         return err;
     }

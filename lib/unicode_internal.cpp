@@ -88,15 +88,15 @@ std::size_t ScanBytes(const unsigned char *p, std::size_t cbMax, velkc::unicode:
 // its set; a byte pair is an error of that kind when the bit survives the
 // AND of the three lookups.
 enum PairBit : unsigned char {
-    kTooShort = 1 << 0,     // a lead byte not followed by a continuation
-    kTooLong = 1 << 1,      // ASCII followed by a continuation
-    kOverlong3 = 1 << 2,    // E0 80..9F
-    kTooLarge = 1 << 3,     // F4 90..BF, F5..FF 90..BF
-    kSurrogate = 1 << 4,    // ED A0..BF
-    kOverlong2 = 1 << 5,    // C0..C1 followed by a continuation
+    kTooShort = 1 << 0,        // a lead byte not followed by a continuation
+    kTooLong = 1 << 1,         // ASCII followed by a continuation
+    kOverlong3 = 1 << 2,       // E0 80..9F
+    kTooLarge = 1 << 3,        // F4 90..BF, F5..FF 90..BF
+    kSurrogate = 1 << 4,       // ED A0..BF
+    kOverlong2 = 1 << 5,       // C0..C1 followed by a continuation
     kOverlong4Or1000 = 1 << 6, // F0 80..8F, F5..FF 80..8F
-    kTwoConts = 1 << 7,     // a continuation after a continuation: an error
-                            // unless a 3- or 4-byte sequence needs it
+    kTwoConts = 1 << 7,        // a continuation after a continuation: an error
+                               // unless a 3- or 4-byte sequence needs it
 };
 
 struct PairTables {
@@ -110,10 +110,10 @@ constexpr PairTables MakePairTables()
 {
     struct Kind {
         unsigned char bit;
-        int prevHighLo, prevHighHi; // previous byte's high nibble range
-        int prevLowLo, prevLowHi;   // previous byte's low nibble range
-        bool prevLowAlso0;          // low nibble 0 also in the set
-        int curHighLo, curHighHi;   // this byte's high nibble range
+        int prevHighLo, prevHighHi;  // previous byte's high nibble range
+        int prevLowLo, prevLowHi;    // previous byte's low nibble range
+        bool prevLowAlso0;           // low nibble 0 also in the set
+        int curHighLo, curHighHi;    // this byte's high nibble range
         bool curHighAlsoAsciiOrLead; // for kTooShort: 0..7 and C..F
     };
     constexpr Kind kinds[] = {
@@ -193,7 +193,7 @@ struct BlockScan {
 // empty, is copied into a block of NULs: a sequence cut short by the end of
 // the text meets a NUL there and fails.
 [[gnu::target("ssse3")]] void ScanBlocks(const unsigned char *p, std::size_t cb,
-                                          velkc::unicode::Utf8Scan *pScan) noexcept
+                                         velkc::unicode::Utf8Scan *pScan) noexcept
 {
     BlockScan scan{_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128()};
     const auto load = [p](std::size_t at) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + at)); };
@@ -201,8 +201,8 @@ struct BlockScan {
     while (i + 16 <= cb) {
         // Runs of ASCII after ASCII go by 64 bytes at a time.
         if (i + 64 <= cb && _mm_movemask_epi8(scan.prev) == 0 &&
-            _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(load(i), load(i + 16)),
-                                           _mm_or_si128(load(i + 32), load(i + 48)))) == 0) {
+            _mm_movemask_epi8(
+                _mm_or_si128(_mm_or_si128(load(i), load(i + 16)), _mm_or_si128(load(i + 32), load(i + 48)))) == 0) {
             i += 64;
             continue;
         }

@@ -21,8 +21,7 @@ extern "C" VELKC_API int VELKCUnicodeUTF8StrUpper(const char *szSrc, char *szDst
     }
     velkc::MallocPtr<UChar> pUpper;
     int cchUpper = 0;
-    if (const unsigned err = velkc::unicode::UTF8ToUpperUTF16(szSrc, &pUpper, &cchUpper);
-        err != 0) {
+    if (const unsigned err = velkc::unicode::UTF8ToUpperUTF16(szSrc, &pUpper, &cchUpper); err != 0) {
         if (err != velkc::unicode::kErrRecorded) {
             VELKC_SET_ERR(err);
         }

@@ -123,10 +123,7 @@ void *NoMemory() noexcept
 }
 
 // The mode argument of the open calls, present only when the flags need it.
-mode_t ModeArg(int flags, va_list args) noexcept
-{
-    return __OPEN_NEEDS_MODE(flags) ? va_arg(args, mode_t) : 0;
-}
+mode_t ModeArg(int flags, va_list args) noexcept { return __OPEN_NEEDS_MODE(flags) ? va_arg(args, mode_t) : 0; }
 
 } // namespace
 
@@ -145,7 +142,8 @@ void RefuseUnnamedFiles(bool refuse) noexcept { refuseUnnamed = refuse; }
 // Each definition keeps the libc function it hides in a static Next. Its
 // pointer type drops the declaration's nonnull attributes, as intended.
 #pragma GCC diagnostic ignored "-Wignored-attributes"
-#define NEXT(fn) static fault::Next<decltype(&fn)> next{#fn}
+#define NEXT(fn) \
+    static fault::Next<decltype(&fn)> next { #fn }
 
 using fault::Io;
 using fault::Write;
@@ -197,8 +195,16 @@ int openat(int dirfd, const char *path, int flags, ...)
 int open64(const char *path, int flags, ...) __attribute__((alias("open"), nothrow));
 int openat64(int dirfd, const char *path, int flags, ...) __attribute__((alias("openat"), nothrow));
 
-ssize_t read(int fd, void *buf, size_t size) { NEXT(read); return Io(next, fd, buf, size); }
-ssize_t pread(int fd, void *buf, size_t size, off_t offset) { NEXT(pread); return Io(next, fd, buf, size, offset); }
+ssize_t read(int fd, void *buf, size_t size)
+{
+    NEXT(read);
+    return Io(next, fd, buf, size);
+}
+ssize_t pread(int fd, void *buf, size_t size, off_t offset)
+{
+    NEXT(pread);
+    return Io(next, fd, buf, size, offset);
+}
 
 ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
 {
@@ -206,7 +212,11 @@ ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
     return Io(next, fd, buf, size, offset);
 }
 
-ssize_t write(int fd, const void *buf, size_t size) { NEXT(write); return Write(next, fd, buf, size); }
+ssize_t write(int fd, const void *buf, size_t size)
+{
+    NEXT(write);
+    return Write(next, fd, buf, size);
+}
 
 ssize_t pwrite(int fd, const void *buf, size_t size, off_t offset)
 {
@@ -220,9 +230,21 @@ ssize_t pwrite64(int fd, const void *buf, size_t size, off64_t offset)
     return Write(next, fd, buf, size, offset);
 }
 
-off_t lseek(int fd, off_t offset, int whence) noexcept { NEXT(lseek); return Io(next, fd, offset, whence); }
-int fstat(int fd, struct stat *st) noexcept { NEXT(fstat); return Io(next, fd, st); }
-int fstat64(int fd, struct stat64 *st) noexcept { NEXT(fstat64); return Io(next, fd, st); }
+off_t lseek(int fd, off_t offset, int whence) noexcept
+{
+    NEXT(lseek);
+    return Io(next, fd, offset, whence);
+}
+int fstat(int fd, struct stat *st) noexcept
+{
+    NEXT(fstat);
+    return Io(next, fd, st);
+}
+int fstat64(int fd, struct stat64 *st) noexcept
+{
+    NEXT(fstat64);
+    return Io(next, fd, st);
+}
 
 int fstatat(int dirfd, const char *path, struct stat *st, int flags) noexcept
 {
@@ -236,10 +258,26 @@ int fstatat64(int dirfd, const char *path, struct stat64 *st, int flags) noexcep
     return Io(next, dirfd, path, st, flags);
 }
 
-int stat(const char *path, struct stat *st) noexcept { NEXT(stat); return Io(next, path, st); }
-int lstat(const char *path, struct stat *st) noexcept { NEXT(lstat); return Io(next, path, st); }
-int fsync(int fd) { NEXT(fsync); return Io(next, fd); }
-int fdatasync(int fd) { NEXT(fdatasync); return Io(next, fd); }
+int stat(const char *path, struct stat *st) noexcept
+{
+    NEXT(stat);
+    return Io(next, path, st);
+}
+int lstat(const char *path, struct stat *st) noexcept
+{
+    NEXT(lstat);
+    return Io(next, path, st);
+}
+int fsync(int fd)
+{
+    NEXT(fsync);
+    return Io(next, fd);
+}
+int fdatasync(int fd)
+{
+    NEXT(fdatasync);
+    return Io(next, fd);
+}
 
 int close(int fd)
 {
@@ -251,10 +289,26 @@ int close(int fd)
     return next(fd);
 }
 
-int flock(int fd, int operation) noexcept { NEXT(flock); return Io(next, fd, operation); }
-int ftruncate(int fd, off_t length) noexcept { NEXT(ftruncate); return Io(next, fd, length); }
-int fchown(int fd, uid_t uid, gid_t gid) noexcept { NEXT(fchown); return Io(next, fd, uid, gid); }
-int fchmod(int fd, mode_t mode) noexcept { NEXT(fchmod); return Io(next, fd, mode); }
+int flock(int fd, int operation) noexcept
+{
+    NEXT(flock);
+    return Io(next, fd, operation);
+}
+int ftruncate(int fd, off_t length) noexcept
+{
+    NEXT(ftruncate);
+    return Io(next, fd, length);
+}
+int fchown(int fd, uid_t uid, gid_t gid) noexcept
+{
+    NEXT(fchown);
+    return Io(next, fd, uid, gid);
+}
+int fchmod(int fd, mode_t mode) noexcept
+{
+    NEXT(fchmod);
+    return Io(next, fd, mode);
+}
 
 int link(const char *oldpath, const char *newpath) noexcept
 {
@@ -286,8 +340,16 @@ int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpa
     return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath);
 }
 
-int unlink(const char *path) noexcept { NEXT(unlink); return Io(next, path); }
-int unlinkat(int dirfd, const char *path, int flags) noexcept { NEXT(unlinkat); return Io(next, dirfd, path, flags); }
+int unlink(const char *path) noexcept
+{
+    NEXT(unlink);
+    return Io(next, path);
+}
+int unlinkat(int dirfd, const char *path, int flags) noexcept
+{
+    NEXT(unlinkat);
+    return Io(next, dirfd, path, flags);
+}
 
 } // extern "C"
 #pragma GCC visibility pop

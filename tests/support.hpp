@@ -17,10 +17,10 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <system_error>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 

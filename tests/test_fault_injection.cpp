@@ -34,10 +34,8 @@ struct Mode {
 };
 
 constexpr Mode kModes[] = {
-    {"ENOMEM", fault::Kind::kAlloc, ENOMEM},
-    {"EIO", fault::Kind::kIo, EIO},
-    {"ENOSPC", fault::Kind::kIo, ENOSPC},
-    {"EDQUOT", fault::Kind::kIo, EDQUOT},
+    {"ENOMEM", fault::Kind::kAlloc, ENOMEM},      {"EIO", fault::Kind::kIo, EIO},
+    {"ENOSPC", fault::Kind::kIo, ENOSPC},         {"EDQUOT", fault::Kind::kIo, EDQUOT},
     {"short write", fault::Kind::kShortWrite, 0},
 };
 constexpr Mode kNoFaults = {"none", fault::Kind::kOff, 0};
@@ -179,8 +177,8 @@ bool Acceptable(const Subject &subject, const Mode &mode, unsigned code)
     if (subject.reader) {
         return code == ERR_OPEN_FAILED || code == ERR_READ_FAILED;
     }
-    static const std::set<unsigned> io = {ERR_OPEN_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED, ERR_SEEK_FAILED,
-                                          ERR_STAT_FAILED, ERR_RENAME_FAILED};
+    static const std::set<unsigned> io = {ERR_OPEN_FAILED, ERR_READ_FAILED, ERR_WRITE_FAILED,
+                                          ERR_SEEK_FAILED, ERR_STAT_FAILED, ERR_RENAME_FAILED};
     return io.contains(code) || (code == ERR_QUOTA_EXCEEDED && mode.error == EDQUOT);
 }
 
@@ -231,9 +229,9 @@ struct Loop {
     long k;               // the step in progress
     long injected;
     long held;
-    bool done;            // a call ran through with no fault left to inject
+    bool done; // a call ran through with no fault left to inject
     std::size_t logSize;
-    char log[1 << 16];    // the cases that did not hold, one a line
+    char log[1 << 16]; // the cases that did not hold, one a line
 
     void Log(long step, const std::vector<std::string> &faults)
     {
@@ -251,8 +249,7 @@ public:
     SharedLoop()
         : loop_(static_cast<Loop *>(
               mmap(nullptr, sizeof(Loop), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
-    {
-    }
+    {}
     ~SharedLoop() { munmap(loop_, sizeof(Loop)); }
 
     Loop &get() const { return *loop_; }

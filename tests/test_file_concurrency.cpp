@@ -104,9 +104,12 @@ TEST_F(Concurrency, WritersLoseNoKey)
         bool threads; // else processes
     };
     const Run runs[] = {
-        {"SetKeyValue", BySetKeyValue, 2, false},       {"SetKeyValue", BySetKeyValue, 4, false},
-        {"SetKeyValue", BySetKeyValue, 8, false},       {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 2, false},
-        {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 4, false}, {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 8, false},
+        {"SetKeyValue", BySetKeyValue, 2, false},
+        {"SetKeyValue", BySetKeyValue, 4, false},
+        {"SetKeyValue", BySetKeyValue, 8, false},
+        {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 2, false},
+        {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 4, false},
+        {"AppendKey+SetKeys", ByAppendKeyAndSetKeys, 8, false},
         {"SetKeyValue", BySetKeyValue, 4, true},
     };
     for (const Run &run : runs) {

@@ -207,7 +207,7 @@ TEST_F(Hostile, InjectedLinesAreRefusedByTheStreamWriter)
     WriteFile(conf, kBase);
     const std::pair<const char *, const char *> pairs[] = {
         {"k", "v\nevil=1"}, {"k", "v\r"}, {"a=b", "v"}, {"[sec]", "v"}, {"#c", "v"},
-        {";c", "v"},        {"", "v"},     {"  ", "v"},  {"a\nb", "v"},  {"a\rb", "v"},
+        {";c", "v"},        {"", "v"},    {"  ", "v"},  {"a\nb", "v"},  {"a\rb", "v"},
     };
     const auto expectRefused = [&](const char *section, const PairHash &pair) {
         const velkc::UniqueFile stream(std::fopen(conf.c_str(), "a"));

@@ -53,8 +53,9 @@ protected:
 
 TEST_F(Readers, KeyValues)
 {
-    const std::string path =
-        Write("kv", "key1=a\nkey=b\nk3===[v3]\nq= \"x y\" \ncr=v\r\n#c=1\n  tab\t=\tt\nk=first\nk=second\ne=\ne=late\nlast=z");
+    const std::string path = Write(
+        "kv",
+        "key1=a\nkey=b\nk3===[v3]\nq= \"x y\" \ncr=v\r\n#c=1\n  tab\t=\tt\nk=first\nk=second\ne=\ne=late\nlast=z");
     EXPECT_EQ(Value(path, "key"), "b");
     EXPECT_EQ(Value(path, "key1"), "a");
     EXPECT_EQ(Value(path, "k3"), "==[v3]");

@@ -2,11 +2,11 @@
 // must still be able to use them, prepare itself and exec.
 #include "support.hpp"
 
-#include <gtest/gtest.h>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -19,8 +19,8 @@ using namespace test;
 namespace {
 
 constexpr const char *kTexts[] = {
-    "straße", "STRASSE", "Ärger im Büro", "ärger im büro", "plain ascii text", "PLAIN ASCII TEXT",
-    "σίσυφος", "ΣΊΣΥΦΟΣ", "ığüşöç", "\u0390\u0390 mixed ascii",
+    "straße",           "STRASSE", "Ärger im Büro", "ärger im büro", "plain ascii text",
+    "PLAIN ASCII TEXT", "σίσυφος", "ΣΊΣΥΦΟΣ",       "ığüşöç",        "\u0390\u0390 mixed ascii",
 };
 constexpr std::size_t kTextCount = std::size(kTexts);
 

@@ -28,17 +28,27 @@ TEST(LineMatch, PrefixSuffixAnywhereAndCase)
     constexpr int kSuffix = MATCH_FLAG_SUFFIX;
     constexpr int kCase = MATCH_FLAG_IGNORE_CASE;
     const std::tuple<const char *, const char *, int, int> cases[] = {
-        {"abcd\n", "bc", 0, 1}, {"abcd\n", "", 0, 1}, {"abcd\n", "ab", kPrefix, 1}, {"abcd\n", "bc", kPrefix, 0},
+        {"abcd\n", "bc", 0, 1},
+        {"abcd\n", "", 0, 1},
+        {"abcd\n", "ab", kPrefix, 1},
+        {"abcd\n", "bc", kPrefix, 0},
         {"  # x\n", "x", 0, 1}, // leading blanks make an ordinary line
         // The suffix ends at the last "\n" or at the end of the text; a "\r"
         // before the newline belongs to the line.
-        {"abc\n", "abc", kSuffix, 1}, {"abc", "bc", kSuffix, 1}, {"abc\n", "abcd", kSuffix, 0},
-        {"abc\r\n", "abc", kSuffix, 0}, {"abc\r\n", "abc\r", kSuffix, 1},
+        {"abc\n", "abc", kSuffix, 1},
+        {"abc", "bc", kSuffix, 1},
+        {"abc\n", "abcd", kSuffix, 0},
+        {"abc\r\n", "abc", kSuffix, 0},
+        {"abc\r\n", "abc\r", kSuffix, 1},
         // With both bits only the prefix counts.
-        {"abcx\n", "abc", kPrefix | kSuffix, 1}, {"xabc\n", "abc", kPrefix | kSuffix, 0},
-        {"dEfBc\n", "bc", kSuffix, 0}, {"dEfBc\n", "bc", kSuffix | kCase, 1}, {"Def\n", "dEF", kPrefix | kCase, 1},
+        {"abcx\n", "abc", kPrefix | kSuffix, 1},
+        {"xabc\n", "abc", kPrefix | kSuffix, 0},
+        {"dEfBc\n", "bc", kSuffix, 0},
+        {"dEfBc\n", "bc", kSuffix | kCase, 1},
+        {"Def\n", "dEF", kPrefix | kCase, 1},
         // Upper-casing lengthens "ß" to "SS"; the longer text is still compared.
-        {"straße\n", "STRASSE", kSuffix | kCase, 1}, {"Ölfeld\n", "öl", kPrefix | kCase, 1},
+        {"straße\n", "STRASSE", kSuffix | kCase, 1},
+        {"Ölfeld\n", "öl", kPrefix | kCase, 1},
     };
     for (const auto &[line, pattern, flags, want] : cases) {
         EXPECT_EQ(VELKCILineMatch(line, pattern, flags), want) << line << " / " << pattern << " / " << flags;
@@ -81,7 +91,7 @@ TEST(FileMatch, TokensFromTheStart)
     EXPECT_EQ(Match("k1=v1\n", {"k1", "v1"}), 1);
     EXPECT_EQ(Match("k1=v1\n", {"k1", "v2"}), 0);
     EXPECT_EQ(Match("k1=v1\n", {"", "v1"}), 1); // wildcard
-    EXPECT_EQ(Match("k1=v1\n", {"k1"}), 1);      // more tokens than items
+    EXPECT_EQ(Match("k1=v1\n", {"k1"}), 1);     // more tokens than items
     EXPECT_EQ(Match("k1=v1\n", {"k1", "v1", "x"}), 0);
     EXPECT_EQ(Match("k1\n", {"k"}), 0);
     EXPECT_EQ(Match("3:4\n", {"3", "4"}, ":\n"), 1);
@@ -99,8 +109,8 @@ TEST(Section, Headers)
     };
     const Case cases[] = {
         {"[sec]  \n", 1, 1}, {"[sec]\r\n", 1, 1}, {"[sec]\t\v\f", 1, 1}, {"[sec] x\n", 0, 0},
-        {"[ sec ]\n", 1, 0}, {"[sec\n", 0, 0},     {" [sec]\n", 0, 0},   {"[Sec]\n", 1, 0},
-        {"[secx]\n", 1, 0},  {"[se]c]\n", 1, 0},  {"[]\n", 1, 0},       {"[\n", 0, 0},
+        {"[ sec ]\n", 1, 0}, {"[sec\n", 0, 0},    {" [sec]\n", 0, 0},    {"[Sec]\n", 1, 0},
+        {"[secx]\n", 1, 0},  {"[se]c]\n", 1, 0},  {"[]\n", 1, 0},        {"[\n", 0, 0},
     };
     for (const Case &c : cases) {
         const int len = static_cast<int>(std::char_traits<char>::length(c.line));

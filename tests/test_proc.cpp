@@ -10,11 +10,11 @@
 #include <fcntl.h>
 #include <regex>
 #include <sched.h>
-#include <thread>
-#include <vector>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
+#include <vector>
 
 extern char **environ;
 
@@ -119,11 +119,11 @@ TEST(Execl, PreparesTheProgramsStartAsFlagged)
     sigaddset(&usr1, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &usr1, &before);
 
-    constexpr int kAll = FORK_FLAG_RESET_PRIORITY | FORK_FLAG_CLEAR_ENV | FORK_FLAG_CLOSE_LOCKS |
-                         FORK_FLAG_NULL_STDIO | FORK_FLAG_CLOSE_FDS | FORK_FLAG_SETSID | FORK_FLAG_CHDIR_ROOT;
-    for (int flags : {0, kAll, 0xBB, int{FORK_FLAG_RESET_PRIORITY}, int{FORK_FLAG_CLEAR_ENV},
-                      int{FORK_FLAG_CLOSE_LOCKS}, int{FORK_FLAG_NULL_STDIO}, int{FORK_FLAG_CLOSE_FDS},
-                      int{FORK_FLAG_SETSID}, int{FORK_FLAG_CHDIR_ROOT}}) {
+    constexpr int kAll = FORK_FLAG_RESET_PRIORITY | FORK_FLAG_CLEAR_ENV | FORK_FLAG_CLOSE_LOCKS | FORK_FLAG_NULL_STDIO |
+                         FORK_FLAG_CLOSE_FDS | FORK_FLAG_SETSID | FORK_FLAG_CHDIR_ROOT;
+    for (int flags :
+         {0, kAll, 0xBB, int{FORK_FLAG_RESET_PRIORITY}, int{FORK_FLAG_CLEAR_ENV}, int{FORK_FLAG_CLOSE_LOCKS},
+          int{FORK_FLAG_NULL_STDIO}, int{FORK_FLAG_CLOSE_FDS}, int{FORK_FLAG_SETSID}, int{FORK_FLAG_CHDIR_ROOT}}) {
         EXPECT_EQ(VELKCExecl("/bin/sh", flags, "-c", kObserveStart, "sh", lockFd.c_str(), nullptr),
                   ExpectedStart(flags))
             << "flags " << flags;
@@ -156,9 +156,7 @@ TEST(Exec, RunsWithTheStandardPreparations)
 {
     // The child runs in "/" with only PATH in its environment.
     const Guard marker = SetEnv("VELKC_TEST_MARKER", "1");
-    EXPECT_EQ(VELKCExec("/bin/sh", "-c", "test \"$(pwd)\" = / && test -z \"$VELKC_TEST_MARKER\"", nullptr,
-                        nullptr),
-              0);
+    EXPECT_EQ(VELKCExec("/bin/sh", "-c", "test \"$(pwd)\" = / && test -z \"$VELKC_TEST_MARKER\"", nullptr, nullptr), 0);
 }
 
 TEST(ForkEx, ClearEnvWithoutPathLeavesNothing)
@@ -201,8 +199,8 @@ TEST(ForkEx, DaemonParentLearnsTheIntermediateChildEndedCleanly)
     }
     // A user of its own, as the process limit does not bind root. The limit
     // counts threads, and a sanitizer may run one of its own here.
-    const auto tasks = static_cast<rlim_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"),
-                                                         std::filesystem::directory_iterator()));
+    const auto tasks = static_cast<rlim_t>(
+        std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator()));
     const rlimit oneMoreProcess{tasks + 1, tasks + 1};
     if (setgid(54321) != 0 || setuid(54321) != 0 || setrlimit(RLIMIT_NPROC, &oneMoreProcess) != 0) {
         _exit(kSkip);
@@ -236,7 +234,9 @@ TEST(ForkEx, FailedDaemonForkIsLogged)
     }
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(std::regex_match(
-        line, std::regex(R"(<11>test_proc: proc_fork:\d+ Failed to fork\(\)\. errno=\[11/Resource temporarily unavailable\])")))
+        line,
+        std::regex(
+            R"(<11>test_proc: proc_fork:\d+ Failed to fork\(\)\. errno=\[11/Resource temporarily unavailable\])")))
         << line;
 }
 
@@ -277,9 +277,12 @@ TEST(LockTable, ForkedChildHoldsNoLocks)
     table[3].nLock2 = 2;
     EXPECT_EQ(ExitOfChild([] {
                   const VELKCFileLock *child = Table();
-                  return std::all_of(child, child + 28, [](const VELKCFileLock &lock) {
-                      return lock.pFile == nullptr && lock.nLock == 0 && lock.nLock2 == 0;
-                  }) ? 0 : 1;
+                  return std::all_of(child, child + 28,
+                                     [](const VELKCFileLock &lock) {
+                                         return lock.pFile == nullptr && lock.nLock == 0 && lock.nLock2 == 0;
+                                     })
+                             ? 0
+                             : 1;
               }),
               0);
 

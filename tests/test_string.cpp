@@ -155,10 +155,10 @@ std::string Join(std::vector<const char *> items, const char *sep)
 
 TEST(Join, EdgeCases)
 {
-    EXPECT_EQ(Join({"a", ""}, ","), "a,");         // an empty item still gets its separator
+    EXPECT_EQ(Join({"a", ""}, ","), "a,"); // an empty item still gets its separator
     EXPECT_EQ(Join({"", ""}, ","), ",");
     EXPECT_EQ(Join({"a", "b"}, "<->"), "a<->b");
-    EXPECT_EQ(Join({"", ""}, ""), "<error>");    // nothing at all to write
+    EXPECT_EQ(Join({"", ""}, ""), "<error>"); // nothing at all to write
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
 }
 

@@ -75,8 +75,8 @@ TEST(Unicode, UpperRejectsBadArgumentsAndBadText)
 TEST(Unicode, CaseCmpIgnoresCaseBeyondAsciiAndOrdersByCollation)
 {
     const std::tuple<const char *, const char *, int> cases[] = {
-        {"abc", "ABC", 0},      {"Straße", "STRASSE", 0}, {"ÜBER", "über", 0},    {"ΣΊΣΥΦΟΣ", "σίσυφος", 0},
-        {"ı", "I", 0},          {"äpfel", "Birne", -1},   {"Birne", "äpfel", 1}, {"apfel", "Äpfel", -1},
+        {"abc", "ABC", 0},    {"Straße", "STRASSE", 0}, {"ÜBER", "über", 0},   {"ΣΊΣΥΦΟΣ", "σίσυφος", 0},
+        {"ı", "I", 0},        {"äpfel", "Birne", -1},   {"Birne", "äpfel", 1}, {"apfel", "Äpfel", -1},
         {"άλφα", "ΒΗΤΑ", -1},
     };
     for (const auto &[a, b, want] : cases) {
@@ -138,8 +138,8 @@ TEST(Unicode, CaseCmpOfShortAsciiMatchesTheCollatorExhaustively)
         const auto upper = UpperUtf16(text, &ok);
         ASSERT_TRUE(ok);
         uint8_t key[64];
-        const int32_t cb = ucol_getSortKey(VELKCUnicodeIOpenCollator(), upper.data(), int32_t(upper.size()), key,
-                                           sizeof key);
+        const int32_t cb =
+            ucol_getSortKey(VELKCUnicodeIOpenCollator(), upper.data(), int32_t(upper.size()), key, sizeof key);
         ASSERT_LE(cb, int32_t(sizeof key));
         keys.emplace_back(reinterpret_cast<char *>(key), std::size_t(cb));
     }
@@ -166,8 +166,8 @@ TEST(Unicode, CaseCmpOfShortAsciiMatchesTheCollatorExhaustively)
 TEST(Unicode, CaseCmpOfRandomTextMatchesTheCollator)
 {
     const std::vector<std::string> ascii{"a", "B", "z", " ", "-", "_", "0", "9", "\t", "\x01", "\x7f", "~", "'"};
-    const std::vector<std::string> mixed{"a",  "E",  "é",  "É",      "ß",  "ﬁ",  "ΐ",  "σ",  "ς", "\u0301", "\u0308",
-                                         "ı",  "İ",  "ŉ",  "\u00ad", "ё", "한", "中", "😀", "ǅ", "ffi",     "-"};
+    const std::vector<std::string> mixed{"a", "E", "é", "É",      "ß", "ﬁ",  "ΐ",  "σ", "ς", "\u0301", "\u0308",
+                                         "ı", "İ", "ŉ", "\u00ad", "ё", "한", "中", "😀", "ǅ", "ffi",    "-"};
     std::mt19937 rng(7);
     const auto draw = [&rng](const std::vector<std::string> &pool, std::size_t n) {
         std::string s;

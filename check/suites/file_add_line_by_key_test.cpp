@@ -6,10 +6,9 @@ static const char *grgszNumbersPair[] = {"1", "2", "3", "3:4", "5", NULL};
 // Adds a line by key to the scratch file with the separators ":\n",
 // expecting result and code, then compares the file and checks the ".tmp"
 // sibling.
-#define ADD_BY_KEY(keys, line, flags, result, code, lines)                              \
-    FILE_SUITE_EXPECT(VELKCFileAddLineByKey(TEST_FILE, (keys), (line), (flags), ":\n"), \
-                      result, code, lines, grgszNumbersPair)
-
+#define ADD_BY_KEY(keys, line, flags, result, code, lines)                                                   \
+    FILE_SUITE_EXPECT(VELKCFileAddLineByKey(TEST_FILE, (keys), (line), (flags), ":\n"), result, code, lines, \
+                      grgszNumbersPair)
 
 START_TEST(VELKFileAddLineByKeyNULLArg)
 {

@@ -5,9 +5,8 @@ static const char *grgszNumbers[] = {"1", "0", "5", "2", "3", "4", "5", "6", NUL
 
 // Adds a line to the scratch file, expecting result and code, then compares
 // the file with lines and checks that the ".tmp" sibling was left alone.
-#define ADD_LINE(pattern, line, flags, result, code, lines)                    \
-    FILE_SUITE_EXPECT(VELKCFileAddLine(TEST_FILE, (pattern), (line), (flags)), \
-                      result, code, lines, grgszNumbers)
+#define ADD_LINE(pattern, line, flags, result, code, lines) \
+    FILE_SUITE_EXPECT(VELKCFileAddLine(TEST_FILE, (pattern), (line), (flags)), result, code, lines, grgszNumbers)
 
 START_TEST(VELKFileAddLineNULLArgs)
 {
@@ -30,14 +29,14 @@ START_TEST(VELKFileAddLineTest)
     static const char *rgszAfterFirst[] = {"1", "0", "a", "5", "c", "2", "3", "4", "b", "5", "6", NULL};
     static const char *rgszAfterLast[] = {"1", "0", "a", "5", "c", "2", "3", "4", "b", "5", "d", "6", NULL};
     static const char *rgszFirst[] = {"first", "1", "0", "a", "5", "c", "2", "3", "4", "b", "5", "d", "6", NULL};
-    static const char *rgszAppended[] = {"first", "1", "0", "a", "5", "c", "2", "3", "4",
-                                         "b",     "5", "d", "6", "last", NULL};
-    static const char *rgszPrefix[] = {"zero", "first", "1", "0", "a", "5", "c", "2", "3", "4",
-                                       "b",    "5",     "d", "6", "last", NULL};
-    static const char *rgszCaseless[] = {"zero", "first", "1", "0", "a", "5", "c", "2", "3", "4",
-                                         "b",    "5",     "d", "6", "almost", "last", NULL};
-    static const char *rgszAfterEnd[] = {"zero", "first", "1", "0", "a", "5", "c", "2", "3", "4",
-                                         "b",    "5",     "d", "6", "almost", "last", "end", NULL};
+    static const char *rgszAppended[] = {"first", "1", "0", "a", "5", "c",    "2", "3",
+                                         "4",     "b", "5", "d", "6", "last", NULL};
+    static const char *rgszPrefix[] = {"zero", "first", "1", "0", "a", "5", "c",    "2",
+                                       "3",    "4",     "b", "5", "d", "6", "last", NULL};
+    static const char *rgszCaseless[] = {"zero", "first", "1", "0", "a", "5",      "c",    "2", "3",
+                                         "4",    "b",     "5", "d", "6", "almost", "last", NULL};
+    static const char *rgszAfterEnd[] = {"zero", "first", "1", "0", "a", "5",      "c",    "2",   "3",
+                                         "4",    "b",     "5", "d", "6", "almost", "last", "end", NULL};
 
     FILE_SUITE_WRITE_BOTH(FILE_DATA_NUMBERS);
     FILE_SUITE_CHECK(TEST_FILE, grgszNumbers);

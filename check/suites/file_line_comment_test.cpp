@@ -1,19 +1,28 @@
 // FILE suite: VELKCFileLineComment.
 #include "file_suite_data.hpp"
 
-static const char *grgszTelnet[] = {"telnet",         "tel",           "net",       "telnet tt",
-                                    " telnet",        "# #telnet",     "##telnet",  "tel net telnet",
-                                    "   #telnet telnet", "telnet telnet", "# telnet", NULL};
+static const char *grgszTelnet[] = {"telnet",
+                                    "tel",
+                                    "net",
+                                    "telnet tt",
+                                    " telnet",
+                                    "# #telnet",
+                                    "##telnet",
+                                    "tel net telnet",
+                                    "   #telnet telnet",
+                                    "telnet telnet",
+                                    "# telnet",
+                                    NULL};
 
 // Comments or uncomments the lines holding pattern, then compares every
 // line of the file, comments included, and of the ".tmp" sibling.
-#define COMMENT(pattern, uncomment, result, code, lines)                                       \
-    do {                                                                                       \
-        VELK_RESET();                                                                          \
+#define COMMENT(pattern, uncomment, result, code, lines)                                          \
+    do {                                                                                          \
+        VELK_RESET();                                                                             \
         VELK_ASSERT_INT_ERR(VELKCFileLineComment(TEST_FILE, (pattern), (uncomment)), ==, result); \
-        VELK_ASSERT_ERR(code);                                                                 \
-        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);               \
-        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE_TMP, grgszTelnet) == 0);       \
+        VELK_ASSERT_ERR(code);                                                                    \
+        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);                  \
+        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE_TMP, grgszTelnet) == 0);          \
     } while (0)
 
 START_TEST(KOVAFileLineCommentNULLArg)
@@ -31,12 +40,21 @@ END_TEST
 START_TEST(KOVAFileLineCommentTest)
 {
     // Lines already commented, leading blanks or not, stay as they are.
-    static const char *rgszCommented[] = {"#telnet",           "tel",            "net",       "#telnet tt",
-                                          "# telnet",          "# #telnet",      "##telnet",  "#tel net telnet",
-                                          "   #telnet telnet", "#telnet telnet", "# telnet", NULL};
+    static const char *rgszCommented[] = {"#telnet",
+                                          "tel",
+                                          "net",
+                                          "#telnet tt",
+                                          "# telnet",
+                                          "# #telnet",
+                                          "##telnet",
+                                          "#tel net telnet",
+                                          "   #telnet telnet",
+                                          "#telnet telnet",
+                                          "# telnet",
+                                          NULL};
     // Every "#" line holding telnet loses its first "#" and the blanks before it.
-    static const char *rgszUncommented[] = {"telnet",        "tel",           "net",      "telnet tt",
-                                            " telnet",       " #telnet",      "#telnet",  "tel net telnet",
+    static const char *rgszUncommented[] = {"telnet",        "tel",           "net",     "telnet tt",
+                                            " telnet",       " #telnet",      "#telnet", "tel net telnet",
                                             "telnet telnet", "telnet telnet", " telnet", NULL};
 
     FILE_SUITE_WRITE_BOTH(FILE_DATA_TELNET);

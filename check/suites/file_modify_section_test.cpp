@@ -5,21 +5,20 @@ static const char *grgszThreeSections[] = {"[Empty]", "[Sec]", "k1=v1", "k2=v2",
 
 // Modifies a section of the scratch file, expecting result and code, then
 // compares the file, comment lines included, and the ".tmp" sibling.
-#define MODIFY(section, newSection, hash, flags, format, result, code, lines)                           \
-    do {                                                                                              \
-        VELK_RESET();                                                                                 \
-        VELK_ASSERT_INT_ERR(VELKCIFileModifySection(TEST_FILE, section, newSection, hash, flags, format), \
-                            ==, result);                                                              \
-        VELK_ASSERT_ERR(code);                                                                        \
-        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);                      \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszThreeSections);                                          \
+#define MODIFY(section, newSection, hash, flags, format, result, code, lines)                                          \
+    do {                                                                                                               \
+        VELK_RESET();                                                                                                  \
+        VELK_ASSERT_INT_ERR(VELKCIFileModifySection(TEST_FILE, section, newSection, hash, flags, format), ==, result); \
+        VELK_ASSERT_ERR(code);                                                                                         \
+        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);                                       \
+        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszThreeSections);                                                           \
     } while (0)
 
 // Reads a section into a fresh table and expects npair pairs.
-#define GET_SECTION(section, npair)                                                  \
-    do {                                                                             \
-        VELKCHashRemoveAll(pshRead);                                                 \
-        VELK_RESET();                                                                \
+#define GET_SECTION(section, npair)                                                        \
+    do {                                                                                   \
+        VELKCHashRemoveAll(pshRead);                                                       \
+        VELK_RESET();                                                                      \
         VELK_ASSERT_INT_ERR(VELKCFileGetSection(TEST_FILE, section, &pshRead), ==, npair); \
     } while (0)
 

@@ -38,10 +38,17 @@ START_TEST(KOVAFileReadLinesTest)
     // The lines of FILE_DATA_TELNET, each with its "\n" (the set-up adds the
     // last one).
     static const char *rgszLines[] = {
-        "telnet\n",     "tel\n",           "net\n",
-        "telnet tt\n",  " telnet\n",       "# #telnet\n",
-        "##telnet\n",   "tel net telnet\n", "   #telnet telnet\n",
-        "telnet telnet\n", "# telnet\n",
+        "telnet\n",
+        "tel\n",
+        "net\n",
+        "telnet tt\n",
+        " telnet\n",
+        "# #telnet\n",
+        "##telnet\n",
+        "tel net telnet\n",
+        "   #telnet telnet\n",
+        "telnet telnet\n",
+        "# telnet\n",
     };
     const int nLines = sizeof(rgszLines) / sizeof(rgszLines[0]);
     SzList *pslList = VELKCSzListAlloc(512);

@@ -5,9 +5,8 @@ static const char *grgszFiveKeys[] = {"abc=", "abcd=", "Def=", "www=", "Dewww=",
 
 // Removes a key from the scratch file, expecting result and code, then
 // compares the file and checks the ".tmp" sibling.
-#define REMOVE_KEY(key, result, code, lines)                \
-    FILE_SUITE_EXPECT(VELKCFileRemoveKey(TEST_FILE, (key)), \
-                      result, code, lines, grgszFiveKeys)
+#define REMOVE_KEY(key, result, code, lines) \
+    FILE_SUITE_EXPECT(VELKCFileRemoveKey(TEST_FILE, (key)), result, code, lines, grgszFiveKeys)
 
 START_TEST(VELKFileRemoveKeyNULLArg)
 {

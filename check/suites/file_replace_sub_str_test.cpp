@@ -5,9 +5,8 @@ static const char *grgszReplace[] = {"albc", "albcate", "bcal", "www", "kawwwmeg
 
 // Replaces a text in the scratch file, expecting result and code, then
 // compares the file and checks the ".tmp" sibling.
-#define REPLACE(from, to, result, code, lines)                         \
-    FILE_SUITE_EXPECT(VELKCFileReplaceSubStr(TEST_FILE, (from), (to)), \
-                      result, code, lines, grgszReplace)
+#define REPLACE(from, to, result, code, lines) \
+    FILE_SUITE_EXPECT(VELKCFileReplaceSubStr(TEST_FILE, (from), (to)), result, code, lines, grgszReplace)
 
 START_TEST(VELKFileReplaceSubStrNULLArg)
 {

@@ -5,9 +5,9 @@
 
 // Sets a key in the scratch file, then compares the whole file and checks
 // that the ".tmp" sibling still holds the four keys.
-#define SET_KEY(key, value, format, lines)                                       \
-    FILE_SUITE_EXPECT(VELKCFileSetKeyValue(TEST_FILE, (key), (value), (format)), \
-                      1, ERR_SUCCESS, lines, grgszFourKeysLines)
+#define SET_KEY(key, value, format, lines)                                                              \
+    FILE_SUITE_EXPECT(VELKCFileSetKeyValue(TEST_FILE, (key), (value), (format)), 1, ERR_SUCCESS, lines, \
+                      grgszFourKeysLines)
 
 START_TEST(VELKFileSetKeyValueNULLArg)
 {
@@ -30,8 +30,8 @@ START_TEST(VELKFileSetKeyValueTest)
     static const char *rgszK2[] = {"abc=", "abcd=", "Def=", "Dewww=", "k1=v11", "k2=\"v2\"", NULL};
     static const char *rgszK3[] = {"abc=", "abcd=", "Def=", "Dewww=", "k1=v11", "k2=\"v2\"", "k3===[v3]", NULL};
     static const char *rgszAbc[] = {"abc=x", "abcd=", "Def=", "Dewww=", "k1=v11", "k2=\"v2\"", "k3===[v3]", NULL};
-    static const char *rgszDup[] = {"abc=x", "abcd=", "Def=", "Dewww=", "k1=v11", "k2=\"v2\"", "k3===[v3]",
-                                    "k1=dup", NULL};
+    static const char *rgszDup[] = {"abc=x",     "abcd=",     "Def=",   "Dewww=", "k1=v11",
+                                    "k2=\"v2\"", "k3===[v3]", "k1=dup", NULL};
     static const char *rgszNoDup[] = {"abc=x", "abcd=", "Def=", "Dewww=", "k1=\"v1\"", "k2=\"v2\"", "k3===[v3]", NULL};
     static const char *rgszT1K1[] = {"t1=t1", "k1=v1", NULL};
     static const char *rgszT2K1[] = {"t1=t2", "k1=v1", NULL};

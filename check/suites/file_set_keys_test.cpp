@@ -3,13 +3,13 @@
 
 // Sets the keys of hash and drops those of remove, then compares the whole
 // file, comment lines included, and checks the ".tmp" sibling.
-#define SET_KEYS(hash, remove, format, lines)                                                  \
-    do {                                                                                       \
-        VELK_RESET();                                                                          \
-        VELK_ASSERT_INT_ERR(VELKCFileSetKeys(TEST_FILE, (hash), (remove), (format)), ==, 1);  \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                          \
-        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);               \
-        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                                   \
+#define SET_KEYS(hash, remove, format, lines)                                                \
+    do {                                                                                     \
+        VELK_RESET();                                                                        \
+        VELK_ASSERT_INT_ERR(VELKCFileSetKeys(TEST_FILE, (hash), (remove), (format)), ==, 1); \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                        \
+        VELK_ASSERT(CheckFileWithGetlineIgnoreComment(TEST_FILE, (lines)) == 0);             \
+        FILE_SUITE_CHECK(TEST_FILE_TMP, grgszFourKeysLines);                                 \
     } while (0)
 
 #define SET_VALUE(hash, key, value) VELK_ASSERT_INT(VELKCSzHashSetValue(&(hash), (key), (value)), >=, 0)
@@ -35,10 +35,10 @@ START_TEST(VELKFileSetKeysTest)
 {
     // k1, k2, k3 and k4 fall in slots 3, 11, 19 and 27: appended in that order.
     static const char *rgszSet[] = {"abc=", "abcd=", "Def=", "Dewww=", "k1=v1", "k2=v2", "k3=v3", NULL};
-    static const char *rgszReset[] = {"abc=", "abcd=", "Def=", "Dewww=", "k1=v1",
+    static const char *rgszReset[] = {"abc=",       "abcd=", "Def=",    "Dewww=", "k1=v1",
                                       "k2=value20", "k3=v3", "k4=vvvv", NULL};
-    static const char *rgszNoNewline[] = {"abc=", "abcd=", "Def=", "Dewww=", "k1=v1", "k2=value20",
-                                          "k3=v3", "k4=vvvv", "k5=v5", NULL};
+    static const char *rgszNoNewline[] = {"abc=",       "abcd=", "Def=",    "Dewww=", "k1=v1",
+                                          "k2=value20", "k3=v3", "k4=vvvv", "k5=v5",  NULL};
     SzHash *pshHash = VELKCSzHashAlloc(512);
     SzHash *pshMore = VELKCSzHashAlloc(512);
 

@@ -6,15 +6,14 @@ static const char *grgszFivePairs[] = {"k1=v1", "k2=v2", "k3=v3", "k4=v4", "k5=v
 // Sets the lines of the scratch file whose tokens (at "=\n") match the two
 // keys, expecting result and code, then compares the file and checks the
 // ".tmp" sibling.
-#define SET_BY_KEY(key, value, line, result, lines)                                        \
-    do {                                                                                   \
-        VELKCSzListRemoveAll(pslKey);                                                      \
-        FILE_SUITE_PUSH(pslKey, (key));                                                    \
-        FILE_SUITE_PUSH(pslKey, (value));                                                  \
-        FILE_SUITE_EXPECT(VELKCFileSetLineByKey(TEST_FILE, pslKey, (line), "=\n"), result, \
-                          ERR_SUCCESS, lines, grgszFivePairs);                             \
+#define SET_BY_KEY(key, value, line, result, lines)                                                            \
+    do {                                                                                                       \
+        VELKCSzListRemoveAll(pslKey);                                                                          \
+        FILE_SUITE_PUSH(pslKey, (key));                                                                        \
+        FILE_SUITE_PUSH(pslKey, (value));                                                                      \
+        FILE_SUITE_EXPECT(VELKCFileSetLineByKey(TEST_FILE, pslKey, (line), "=\n"), result, ERR_SUCCESS, lines, \
+                          grgszFivePairs);                                                                     \
     } while (0)
-
 
 START_TEST(VELKFileSetLineByKeyNULLArg)
 {

@@ -5,9 +5,8 @@
 
 // Sets a line of the scratch file, expecting result and code, then compares
 // the file with lines and the ".tmp" sibling with tmpLines.
-#define SET_LINE(pattern, line, flags, result, code, lines, tmpLines)          \
-    FILE_SUITE_EXPECT(VELKCFileSetLine(TEST_FILE, (pattern), (line), (flags)), \
-                      result, code, lines, tmpLines)
+#define SET_LINE(pattern, line, flags, result, code, lines, tmpLines) \
+    FILE_SUITE_EXPECT(VELKCFileSetLine(TEST_FILE, (pattern), (line), (flags)), result, code, lines, tmpLines)
 
 START_TEST(VELKFileSetLineNULLArg)
 {

@@ -5,8 +5,14 @@
 
 // The suite spells its null arguments as ((void *)0); these overloads let
 // that spelling call the table function in C++.
-static int VELKCSzHashEnumKey(void *, SzList **ppList) { return VELKCSzHashEnumKey(static_cast<const SzHash *>(NULL), ppList); }
-static int VELKCSzHashEnumKey(const SzHash *pHash, void *) { return VELKCSzHashEnumKey(pHash, static_cast<SzList **>(NULL)); }
+static int VELKCSzHashEnumKey(void *, SzList **ppList)
+{
+    return VELKCSzHashEnumKey(static_cast<const SzHash *>(NULL), ppList);
+}
+static int VELKCSzHashEnumKey(const SzHash *pHash, void *)
+{
+    return VELKCSzHashEnumKey(pHash, static_cast<SzList **>(NULL));
+}
 
 START_TEST(VELKCSzHashEnumKeyNULLArg)
 {
@@ -47,7 +53,7 @@ START_TEST(VELKCSzHashEnumKeyTest)
         VELK_ASSERT_INT_ERR(VELKCSzHashEnumKey(pshHash, &pslList), ==, i + 1);
         VELK_ASSERT_INT_ERR(VELKCSzHashEnumKey(pshHash, ((void *)0)), ==, i + 1);
         VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_ASSERT_LIST_SAME(ListSameWithStrArray(pslList, rgszKey, i+1));
+        VELK_ASSERT_LIST_SAME(ListSameWithStrArray(pslList, rgszKey, i + 1));
     }
     for (int i = 0; i < PAIR_COUNT; i++) {
         VELK_RESET();

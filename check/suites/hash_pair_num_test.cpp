@@ -38,7 +38,7 @@ START_TEST(VELKCSzHashPairNumTest)
         VELK_ASSERT_ERR(ERR_SUCCESS);
         VELK_ASSERT_STR(szVal, rgszVal[i]);
         VELK_RESET();
-        VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, 100 -i -1);
+        VELK_ASSERT_INT_ERR(VELKCSzHashPairNum(pshHash), ==, 100 - i - 1);
         VELK_ASSERT_ERR(ERR_SUCCESS);
     }
     RandomPairsFree(rgszKey, rgszVal, PAIR_COUNT);

@@ -41,7 +41,7 @@ START_TEST(VELKCSzHashSetToListTest)
         VELKCSzListRemoveAll(pslList);
         VELK_ASSERT_INT_ERR(VELKCSzHashSetToList(pshHash, &pslList), ==, 0);
         VELK_ASSERT_ERR(ERR_SUCCESS);
-        VELK_ASSERT_LIST_SAME(ListSameWithStrArray(pslList, rgszVal, i+1));
+        VELK_ASSERT_LIST_SAME(ListSameWithStrArray(pslList, rgszVal, i + 1));
     }
     for (int i = 0; i < ITEM_COUNT; i++) {
         VELK_RESET();

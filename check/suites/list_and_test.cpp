@@ -7,10 +7,7 @@
 static SzList *gpslList1 = NULL;
 static SzList *gpslList2 = NULL;
 
-static void ListAndTestSetup(void)
-{
-    ListCombineSetup(&gpslList1, &gpslList2);
-}
+static void ListAndTestSetup(void) { ListCombineSetup(&gpslList1, &gpslList2); }
 
 static void ListAndTestTeardown(void)
 {
@@ -29,8 +26,8 @@ static SzList *AndByHandle(SzList **ppslList1, const SzList *pslList2, int flag)
 // The intersection of the fixture lists is the two grgszAddItems.
 static void CheckAnd(int mode1, int mode2, int modeNew, int modeInPlace)
 {
-    CheckListCombine(AndByHandle, &gpslList1, gpslList2, mode1, mode2, grgszAddItems,
-                     STR_ARRAY_SIZE, modeNew, modeInPlace);
+    CheckListCombine(AndByHandle, &gpslList1, gpslList2, mode1, mode2, grgszAddItems, STR_ARRAY_SIZE, modeNew,
+                     modeInPlace);
 }
 
 START_TEST(VELKCSzListAndNULLArg)
@@ -55,28 +52,16 @@ START_TEST(VELKCSzListAndNULLArg)
 }
 END_TEST
 
-START_TEST(VELKCSzListAnd_UNSORTED_UNSORTED_Test)
-{
-    CheckAnd(OP_UNSORTED, OP_UNSORTED, OP_UNSORTED, OP_UNSORTED);
-}
+START_TEST(VELKCSzListAnd_UNSORTED_UNSORTED_Test) { CheckAnd(OP_UNSORTED, OP_UNSORTED, OP_UNSORTED, OP_UNSORTED); }
 END_TEST
 
-START_TEST(VELKCSzListAnd_UNSORTED_SORTED_Test)
-{
-    CheckAnd(OP_UNSORTED, OP_SORTED, OP_UNSORTED, OP_UNSORTED);
-}
+START_TEST(VELKCSzListAnd_UNSORTED_SORTED_Test) { CheckAnd(OP_UNSORTED, OP_SORTED, OP_UNSORTED, OP_UNSORTED); }
 END_TEST
 
-START_TEST(VELKCSzListAnd_SORTED_UNSORTED_Test)
-{
-    CheckAnd(OP_SORTED, OP_UNSORTED, OP_UNSORTED, OP_SORTED);
-}
+START_TEST(VELKCSzListAnd_SORTED_UNSORTED_Test) { CheckAnd(OP_SORTED, OP_UNSORTED, OP_UNSORTED, OP_SORTED); }
 END_TEST
 
-START_TEST(VELKCSzListAnd_SORTED_SORTED_Test)
-{
-    CheckAnd(OP_SORTED, OP_SORTED, OP_SORTED, OP_SORTED);
-}
+START_TEST(VELKCSzListAnd_SORTED_SORTED_Test) { CheckAnd(OP_SORTED, OP_SORTED, OP_SORTED, OP_SORTED); }
 END_TEST
 
 START_TEST(VELKCSzListAnd_UNSORTED_UNICODE_SORTED_Test)

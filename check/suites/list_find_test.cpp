@@ -67,16 +67,10 @@ START_TEST(VELKSzListFindNULLArg)
 }
 END_TEST
 
-START_TEST(VELKSzListFindUnSortedTest)
-{
-    CheckFind(&gpslUnSorted);
-}
+START_TEST(VELKSzListFindUnSortedTest) { CheckFind(&gpslUnSorted); }
 END_TEST
 
-START_TEST(VELKSzListFindSortedTest)
-{
-    CheckFind(&gpslSorted);
-}
+START_TEST(VELKSzListFindSortedTest) { CheckFind(&gpslSorted); }
 END_TEST
 
 TCase *list_find_test(void)

@@ -99,28 +99,16 @@ static void CheckAddRandomTexts(int (*pfnAdd)(SzList **, const char *), int fRev
     VELKCSzListFree(pslList);
 }
 
-START_TEST(VELKCSzListPushNULLArgTest)
-{
-    CheckAddNULLArgs(VELKCSzListPush);
-}
+START_TEST(VELKCSzListPushNULLArgTest) { CheckAddNULLArgs(VELKCSzListPush); }
 END_TEST
 
-START_TEST(VELKCSzListPushTest)
-{
-    CheckAddRandomTexts(VELKCSzListPush, 0);
-}
+START_TEST(VELKCSzListPushTest) { CheckAddRandomTexts(VELKCSzListPush, 0); }
 END_TEST
 
-START_TEST(VELKCSzListUnshiftNULLArgTest)
-{
-    CheckAddNULLArgs(VELKCSzListUnshift);
-}
+START_TEST(VELKCSzListUnshiftNULLArgTest) { CheckAddNULLArgs(VELKCSzListUnshift); }
 END_TEST
 
-START_TEST(VELKCSzListUnshiftTest)
-{
-    CheckAddRandomTexts(VELKCSzListUnshift, 1);
-}
+START_TEST(VELKCSzListUnshiftTest) { CheckAddRandomTexts(VELKCSzListUnshift, 1); }
 END_TEST
 
 TCase *list_insert_test(void)

@@ -7,10 +7,7 @@
 static SzList *gpslList1 = NULL;
 static SzList *gpslList2 = NULL;
 
-static void ListOrTestSetup(void)
-{
-    ListCombineSetup(&gpslList1, &gpslList2);
-}
+static void ListOrTestSetup(void) { ListCombineSetup(&gpslList1, &gpslList2); }
 
 static void ListOrTestTeardown(void)
 {
@@ -23,8 +20,8 @@ static void ListOrTestTeardown(void)
 // The union of the fixture lists is all six grgszItems.
 static void CheckOr(int mode1, int mode2, int modeNew, int modeInPlace)
 {
-    CheckListCombine(VELKCSzListOr, &gpslList1, gpslList2, mode1, mode2, grgszItems,
-                     STR_ARRAY_SIZE, modeNew, modeInPlace);
+    CheckListCombine(VELKCSzListOr, &gpslList1, gpslList2, mode1, mode2, grgszItems, STR_ARRAY_SIZE, modeNew,
+                     modeInPlace);
 }
 
 START_TEST(VELKCSzListOrNULLArg)
@@ -52,28 +49,16 @@ START_TEST(VELKCSzListOrNULLArg)
 }
 END_TEST
 
-START_TEST(VELKCSzListOr_UNSORTED_UNSORTED_Test)
-{
-    CheckOr(OP_UNSORTED, OP_UNSORTED, OP_UNSORTED, OP_UNSORTED);
-}
+START_TEST(VELKCSzListOr_UNSORTED_UNSORTED_Test) { CheckOr(OP_UNSORTED, OP_UNSORTED, OP_UNSORTED, OP_UNSORTED); }
 END_TEST
 
-START_TEST(VELKCSzListOr_UNSORTED_SORTED_Test)
-{
-    CheckOr(OP_UNSORTED, OP_SORTED, OP_UNSORTED, OP_UNSORTED);
-}
+START_TEST(VELKCSzListOr_UNSORTED_SORTED_Test) { CheckOr(OP_UNSORTED, OP_SORTED, OP_UNSORTED, OP_UNSORTED); }
 END_TEST
 
-START_TEST(VELKSzListOr_SORTED_UNSORTED_Test)
-{
-    CheckOr(OP_SORTED, OP_UNSORTED, OP_UNSORTED, OP_SORTED);
-}
+START_TEST(VELKSzListOr_SORTED_UNSORTED_Test) { CheckOr(OP_SORTED, OP_UNSORTED, OP_UNSORTED, OP_SORTED); }
 END_TEST
 
-START_TEST(VELKSzListOr_SORTED_SORTED_Test)
-{
-    CheckOr(OP_SORTED, OP_SORTED, OP_SORTED, OP_SORTED);
-}
+START_TEST(VELKSzListOr_SORTED_SORTED_Test) { CheckOr(OP_SORTED, OP_SORTED, OP_SORTED, OP_SORTED); }
 END_TEST
 
 START_TEST(VELKCSzListOr_UNSORTED_UNICODE_SORTED_Test)

@@ -58,16 +58,10 @@ static void CheckTakeNULLArg(char *(*pfnTake)(SzList *))
     VELK_ASSERT_ERR(ERR_BAD_PARAMETERS);
 }
 
-START_TEST(VELKCSzListShiftNULLArg)
-{
-    CheckTakeNULLArg(VELKCSzListShift);
-}
+START_TEST(VELKCSzListShiftNULLArg) { CheckTakeNULLArg(VELKCSzListShift); }
 END_TEST
 
-START_TEST(VELKCSzListPopNULLArg)
-{
-    CheckTakeNULLArg(VELKCSzListPop);
-}
+START_TEST(VELKCSzListPopNULLArg) { CheckTakeNULLArg(VELKCSzListPop); }
 END_TEST
 
 START_TEST(VELKCSzListRemoveEmptyListTest)

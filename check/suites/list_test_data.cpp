@@ -3,11 +3,10 @@
 
 #include "../kovacore_test.h"
 
-const char *gszrgStr[10] = {"abcd0",   "ggc1",     "aadfas2",   "adfaedz3", "aefaefxzv4",
+const char *gszrgStr[10] = {"abcd0",   "ggc1",     "aadfas2",  "adfaedz3",  "aefaefxzv4",
                             "trjyit5", "tcvlofd6", "volf,wx7", "tooclfkl8", "iklxl9"};
 
-const char *grgszItems[6] = {"ListTest0", "ListTest1", "ListTest2",
-                             "ListTest3", "ListTest4", "ListTest5"};
+const char *grgszItems[6] = {"ListTest0", "ListTest1", "ListTest2", "ListTest3", "ListTest4", "ListTest5"};
 
 const char *grgszAddItems[2] = {"ListTest2", "ListTest3"};
 
@@ -24,9 +23,8 @@ void ListCombineSetup(SzList **ppslList1, SzList **ppslList2)
     }
 }
 
-void CheckListCombine(ListCombineFn fnCombine, SzList **ppslList1, SzList *pslList2, int mode1,
-                      int mode2, const char **rgszExpected, int count, int modeNew,
-                      int modeInPlace)
+void CheckListCombine(ListCombineFn fnCombine, SzList **ppslList1, SzList *pslList2, int mode1, int mode2,
+                      const char **rgszExpected, int count, int modeNew, int modeInPlace)
 {
     VELKCSzListSortItems(*ppslList1, mode1);
     VELKCSzListSortItems(pslList2, mode2);

@@ -25,6 +25,5 @@ typedef SzList *(*ListCombineFn)(SzList **ppslList1, const SzList *pslList2, int
 // Sorts the fixture lists with mode1 and mode2 (OP_UNSORTED leaves a list as
 // built), then combines them into a new list and checks its mode and items,
 // and combines them in place and checks list1 the same way.
-void CheckListCombine(ListCombineFn fnCombine, SzList **ppslList1, SzList *pslList2, int mode1,
-                      int mode2, const char **rgszExpected, int count, int modeNew,
-                      int modeInPlace);
+void CheckListCombine(ListCombineFn fnCombine, SzList **ppslList1, SzList *pslList2, int mode1, int mode2,
+                      const char **rgszExpected, int count, int modeNew, int modeInPlace);

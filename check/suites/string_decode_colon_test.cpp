@@ -2,13 +2,13 @@
 #include "../kovacore_test.h"
 
 // Decodes src into a 256-byte buffer; text and length must be `expected`.
-#define VELK_CHECK_DECODE(src, expected)                                                    \
-    do {                                                                                    \
-        char szBuf[256];                                                                    \
-        VELK_RESET();                                                                       \
+#define VELK_CHECK_DECODE(src, expected)                                                           \
+    do {                                                                                           \
+        char szBuf[256];                                                                           \
+        VELK_RESET();                                                                              \
         VELK_ASSERT_INT_ERR(VELKCStrDecodeColon(src, szBuf, sizeof(szBuf)), ==, strlen(expected)); \
-        VELK_ASSERT_STR(szBuf, expected);                                                   \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                       \
+        VELK_ASSERT_STR(szBuf, expected);                                                          \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                              \
     } while (0)
 
 START_TEST(VELKStrDecodeColonTestNULLArgs)

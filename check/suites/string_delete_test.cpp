@@ -6,15 +6,15 @@
 
 // Deletes szKey from szInputData into a fresh output of size cbOut; the
 // result must be `expected`, with the input unchanged.
-#define VELK_CHECK_DELETE(szInputData, szKey, cbOut, expected)                            \
-    do {                                                                                  \
-        char szInput[] = szInputData;                                                     \
-        char szOutput[32] = SZ_UNTOUCHED;                                                 \
-        VELK_RESET();                                                                     \
-        VELK_ASSERT_INT_ERR(VELKCStrDelete(szInput, szKey, szOutput, cbOut), ==, 1);      \
-        VELK_ASSERT_STR(szOutput, expected);                                              \
-        VELK_ASSERT_STR(szInput, szInputData);                                            \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                     \
+#define VELK_CHECK_DELETE(szInputData, szKey, cbOut, expected)                       \
+    do {                                                                             \
+        char szInput[] = szInputData;                                                \
+        char szOutput[32] = SZ_UNTOUCHED;                                            \
+        VELK_RESET();                                                                \
+        VELK_ASSERT_INT_ERR(VELKCStrDelete(szInput, szKey, szOutput, cbOut), ==, 1); \
+        VELK_ASSERT_STR(szOutput, expected);                                         \
+        VELK_ASSERT_STR(szInput, szInputData);                                       \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                \
     } while (0)
 
 START_TEST(VELKStrDeleteTestArgsNULL)

@@ -6,15 +6,15 @@
 
 // Replaces szOld by szNew in szInputData into a fresh output of size cbOut;
 // the result must be `expected`, with the input unchanged.
-#define VELK_CHECK_REPLACE(szInputData, szOld, szNew, cbOut, expected)                    \
-    do {                                                                                  \
-        char szInput[] = szInputData;                                                     \
-        char szOutput[32] = SZ_UNTOUCHED;                                                 \
-        VELK_RESET();                                                                     \
+#define VELK_CHECK_REPLACE(szInputData, szOld, szNew, cbOut, expected)                       \
+    do {                                                                                     \
+        char szInput[] = szInputData;                                                        \
+        char szOutput[32] = SZ_UNTOUCHED;                                                    \
+        VELK_RESET();                                                                        \
         VELK_ASSERT_INT_ERR(VELKCStrReplace(szInput, szOld, szNew, szOutput, cbOut), ==, 1); \
-        VELK_ASSERT_STR(szOutput, expected);                                              \
-        VELK_ASSERT_STR(szInput, szInputData);                                            \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                     \
+        VELK_ASSERT_STR(szOutput, expected);                                                 \
+        VELK_ASSERT_STR(szInput, szInputData);                                               \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                                        \
     } while (0)
 
 START_TEST(VELKStrReplaceTestNULLArgs)

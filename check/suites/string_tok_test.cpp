@@ -3,30 +3,30 @@
 
 // Splits szInput at szSep into the emptied list pList; the tokens must be the
 // first n entries of rgszExpected, in order.
-#define VELK_CHECK_TOK(szInput, szSep, rgszExpected, n)                                   \
-    do {                                                                                  \
-        VELKCSzListRemoveAll(pList);                                                      \
-        VELK_RESET();                                                                     \
-        VELK_ASSERT_INT_ERR(VELKCStrTok(szInput, szSep, &pList), ==, n);                  \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                     \
-        VELK_ASSERT_INT(pList->nItem, ==, n);                                             \
-        for (int iTok = 0; iTok < (n); iTok++) {                                          \
-            VELK_ASSERT_STR(pList->pszItem[iTok], rgszExpected[iTok]);                    \
-        }                                                                                 \
+#define VELK_CHECK_TOK(szInput, szSep, rgszExpected, n)                  \
+    do {                                                                 \
+        VELKCSzListRemoveAll(pList);                                     \
+        VELK_RESET();                                                    \
+        VELK_ASSERT_INT_ERR(VELKCStrTok(szInput, szSep, &pList), ==, n); \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                                    \
+        VELK_ASSERT_INT(pList->nItem, ==, n);                            \
+        for (int iTok = 0; iTok < (n); iTok++) {                         \
+            VELK_ASSERT_STR(pList->pszItem[iTok], rgszExpected[iTok]);   \
+        }                                                                \
     } while (0)
 
 // The next token taken at szSep must be `expected` (NULL: no more tokens).
-#define VELK_CHECK_TOK_INDEX(szSep, expected)                                             \
-    do {                                                                                  \
-        const char *szExpected = (expected);                                              \
-        VELK_RESET();                                                                     \
-        char *szTok = VELKCStrTokIndex(&szCursor, szSep);                                 \
-        if (szExpected == NULL) {                                                         \
-            VELK_ASSERT_PTR(szTok, ==, NULL);                                             \
-        } else {                                                                          \
-            VELK_ASSERT_STR(szTok, szExpected);                                           \
-        }                                                                                 \
-        VELK_ASSERT_ERR(ERR_SUCCESS);                                                     \
+#define VELK_CHECK_TOK_INDEX(szSep, expected)             \
+    do {                                                  \
+        const char *szExpected = (expected);              \
+        VELK_RESET();                                     \
+        char *szTok = VELKCStrTokIndex(&szCursor, szSep); \
+        if (szExpected == NULL) {                         \
+            VELK_ASSERT_PTR(szTok, ==, NULL);             \
+        } else {                                          \
+            VELK_ASSERT_STR(szTok, szExpected);           \
+        }                                                 \
+        VELK_ASSERT_ERR(ERR_SUCCESS);                     \
     } while (0)
 
 static const char *const grgszA[] = {"a"};

@@ -2,10 +2,7 @@
 #include "string_trim_cases.hpp"
 
 // VELKCStrTrim with its default set, whitespace.
-static int TrimWhitespace(char *szInput, char *szOutput)
-{
-    return VELKCStrTrim(szInput, szOutput, NULL);
-}
+static int TrimWhitespace(char *szInput, char *szOutput) { return VELKCStrTrim(szInput, szOutput, NULL); }
 
 START_TEST(VELKStrTrimTestNULLArgs) { VELK_TRIM_NULL_ARGS(TrimWhitespace); }
 END_TEST

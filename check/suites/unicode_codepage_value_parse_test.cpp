@@ -3,9 +3,9 @@
 #include "../kovacore_test.h"
 
 // One call, checked against the expected code page by name.
-#define CHECK_CODEPAGE(kind, lang, expected)                         \
-    do {                                                             \
-        VELK_RESET();                                                \
+#define CHECK_CODEPAGE(kind, lang, expected)                                    \
+    do {                                                                        \
+        VELK_RESET();                                                           \
         VELK_ASSERT_INT_ERR(VELKCCodepageValueParse(kind, lang), ==, expected); \
     } while (0)
 

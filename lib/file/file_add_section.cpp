@@ -54,8 +54,8 @@ extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, co
         status = velkc::WriteSection(section, szSection, pHash, szFormat);
     }
     if (status == velkc::kOk) {
-        status = target == velkc::Rewrite::Target::kOpened ? rw.Append(section.contents())
-                                                           : rw.Create(section.contents());
+        status =
+            target == velkc::Rewrite::Target::kOpened ? rw.Append(section.contents()) : rw.Create(section.contents());
     }
     if (status != velkc::kOk) {
         return VELKC_FAIL(status);

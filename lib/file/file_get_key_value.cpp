@@ -32,7 +32,8 @@ char *KeyLineValue(char *line)
 // A null szValue with cbValue 0 only asks for the size. Returns the value's
 // size including its NUL, 0 when the key has no value in the file, -1 on
 // error.
-extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char *szValue, int cbValue, int flags) noexcept
+extern "C" int VELKCFileGetKeyValue(const char *szFile, const char *szKey, char *szValue, int cbValue,
+                                    int flags) noexcept
 {
     if (szFile == nullptr || szKey == nullptr || flags < 0 || (szValue == nullptr && cbValue != 0)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -22,8 +22,8 @@ bool Exists(const char *path)
 // Writes the value, cut to cbValue - 1 bytes, and returns 0; -1 when the
 // section is missing or empty (ERR_SECTION_NOT_FOUND) or the key is absent
 // from it (ERR_KEY_NOT_FOUND).
-extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey,
-                                        char *szValue, int cbValue) noexcept
+extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey, char *szValue,
+                                        int cbValue) noexcept
 {
     VELKC_REQUIRE(((void *)0) != szFile);
     VELKC_REQUIRE(((void *)0) != szSection);

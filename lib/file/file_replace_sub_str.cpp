@@ -9,8 +9,8 @@ namespace {
 // Writes line with each occurrence of from replaced by to, left to right;
 // the search resumes after the replaced text, so the new text is never
 // searched again. Counts the replacements.
-velkc::Status ReplaceAll(velkc::Output &out, std::string_view line, std::string_view from,
-                         std::string_view to, int &count)
+velkc::Status ReplaceAll(velkc::Output &out, std::string_view line, std::string_view from, std::string_view to,
+                         int &count)
 {
     for (std::size_t pos; (pos = line.find(from)) != std::string_view::npos;) {
         if (velkc::Status status = out.Write(line.substr(0, pos))) {
@@ -38,9 +38,8 @@ extern "C" int VELKCFileReplaceSubStr(const char *szFile, const char *szOld, con
         return VELKC_FAIL(status);
     }
     int count = 0;
-    const velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) {
-        return ReplaceAll(rw.out(), line.view(), szOld, szNew, count);
-    });
+    const velkc::Status status = rw.CopyLines(
+        [&](const velkc::LineReader &line) { return ReplaceAll(rw.out(), line.view(), szOld, szNew, count); });
     if (status != velkc::kOk) {
         return VELKC_FAIL(status);
     }

@@ -103,8 +103,7 @@ class LineEditor {
 public:
     LineEditor(velkc::Output &out, SzHash *pPending, SzHash *pRemoving, const char *format) noexcept
         : out_(out), pending_(pPending), removing_(pRemoving), format_(format)
-    {
-    }
+    {}
 
     velkc::Status operator()(const velkc::LineReader &line)
     {
@@ -145,7 +144,8 @@ private:
 
 } // namespace
 
-extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const SzHash *pRemove, const char *szFormat) noexcept
+extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const SzHash *pRemove,
+                                const char *szFormat) noexcept
 {
     if (szFile == nullptr || pHash == nullptr || !velkc::SafePairs(pHash)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -10,9 +10,8 @@ velkc::Status Replace(velkc::Rewrite &rw, long index, const char *szLine)
     if (velkc::Status status = rw.Begin()) {
         return status;
     }
-    return rw.CommitAfter(rw.CopyReplacing(index, [&](const velkc::LineReader &) {
-        return szLine != nullptr ? rw.out().Line(szLine) : velkc::kOk;
-    }));
+    return rw.CommitAfter(rw.CopyReplacing(
+        index, [&](const velkc::LineReader &) { return szLine != nullptr ? rw.out().Line(szLine) : velkc::kOk; }));
 }
 
 } // namespace

@@ -12,10 +12,7 @@ namespace velkc {
 
 // A comment line starts with '#' or ';' in its very first column; leading
 // blanks make an ordinary line. Comments never match keys or patterns.
-constexpr bool IsCommentLine(const char *line) noexcept
-{
-    return line[0] == '#' || line[0] == ';';
-}
+constexpr bool IsCommentLine(const char *line) noexcept { return line[0] == '#' || line[0] == ';'; }
 
 // The header line "[szSection]" of the named section, white space after it
 // allowed.
@@ -26,10 +23,7 @@ inline bool IsHeaderOf(std::string_view line, const char *szSection) noexcept
 }
 
 // A line as the C string functions see it: up to its first NUL.
-constexpr std::string_view AsCString(std::string_view line) noexcept
-{
-    return line.substr(0, line.find('\0'));
-}
+constexpr std::string_view AsCString(std::string_view line) noexcept { return line.substr(0, line.find('\0')); }
 
 // Ends a view that lies inside a NUL-terminated buffer with a NUL, in
 // place, for as long as the object lives; the byte is put back afterwards.

@@ -59,8 +59,8 @@ public:
     template <typename MayMatch, typename Each>
     Status skipLinesUnless(MayMatch &&mayMatch, Each &&each)
     {
-        return SkipRuns([&mayMatch](const char *pending, std::size_t count) { return RunBefore(pending, count, mayMatch); },
-                        each);
+        return SkipRuns(
+            [&mayMatch](const char *pending, std::size_t count) { return RunBefore(pending, count, mayMatch); }, each);
     }
 
     // next(), after passing over the lines that do not contain needle.
@@ -106,7 +106,8 @@ private:
     {
         const char *start = pending;
         const char *end = pending + count;
-        while (const char *newline = static_cast<const char *>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)))) {
+        while (const char *newline =
+                   static_cast<const char *>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)))) {
             if (mayMatch(std::string_view(start, static_cast<std::size_t>(newline - start) + 1))) {
                 return start;
             }

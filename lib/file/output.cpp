@@ -63,10 +63,7 @@ Status Output::Line(std::string_view text)
     return Write("\n");
 }
 
-Status Output::Terminated(std::string_view text)
-{
-    return text.ends_with('\n') ? Write(text) : Line(text);
-}
+Status Output::Terminated(std::string_view text) { return text.ends_with('\n') ? Write(text) : Line(text); }
 
 Status Output::Pair(const char *format, const char *key, const char *value)
 {

@@ -119,10 +119,7 @@ Status Rewrite::FindLine(const char *pattern, int flags, long &index)
     return reader_.rewind();
 }
 
-Status Rewrite::SeparateFromLastLine()
-{
-    return reader_.lastLineUnterminated() ? out_.Write("\n") : kOk;
-}
+Status Rewrite::SeparateFromLastLine() { return reader_.lastLineUnterminated() ? out_.Write("\n") : kOk; }
 
 Status Rewrite::Commit()
 {

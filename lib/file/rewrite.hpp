@@ -103,7 +103,8 @@ public:
     Status CopyReplacing(long index, Replace &&replace)
     {
         long i = 0;
-        return CopyLines([&](const LineReader &line) { return i++ == index ? replace(line) : out_.Write(line.view()); });
+        return CopyLines(
+            [&](const LineReader &line) { return i++ == index ? replace(line) : out_.Write(line.view()); });
     }
 
     // Before appending after the copied lines: a "\n" when the last line

@@ -15,12 +15,12 @@
 #define VELKC_H
 
 #include <velkc/error.h>
-#include <velkc/list.h>
+#include <velkc/file.h>
 #include <velkc/hash.h>
 #include <velkc/hashset.h>
+#include <velkc/list.h>
+#include <velkc/proc.h>
 #include <velkc/str.h>
 #include <velkc/unicode.h>
-#include <velkc/file.h>
-#include <velkc/proc.h>
 
 #endif /* VELKC_H */

@@ -132,20 +132,14 @@ inline const std::error_category &category() noexcept
  * @param code a library error code.
  * @return the code as a std::error_code of velkc::category().
  */
-inline std::error_code make_error_code(errc code) noexcept
-{
-    return {static_cast<int>(code), category()};
-}
+inline std::error_code make_error_code(errc code) noexcept { return {static_cast<int>(code), category()}; }
 
 /**
  * @brief The calling thread's error record as a std::error_code, for use
  *        after a direct call of a C function.
  * @return the recorded code; an empty code when none is recorded.
  */
-inline std::error_code last_error() noexcept
-{
-    return make_error_code(static_cast<errc>(VELKCErrGet()));
-}
+inline std::error_code last_error() noexcept { return make_error_code(static_cast<errc>(VELKCErrGet())); }
 
 } // namespace velkc
 
@@ -189,32 +183,32 @@ public:
     explicit operator bool() const noexcept { return has_value(); }
 
     /** @return the value; has_value() must be true. */
-    T &value() & noexcept
+    T &value() &noexcept
     {
         assert(has_value());
         return *value_;
     }
 
     /** @return the value; has_value() must be true. */
-    const T &value() const & noexcept
+    const T &value() const &noexcept
     {
         assert(has_value());
         return *value_;
     }
 
     /** @return the value, moved out; has_value() must be true. */
-    T &&value() && noexcept
+    T &&value() &&noexcept
     {
         assert(has_value());
         return std::move(*value_);
     }
 
     /** @return value(). */
-    T &operator*() & noexcept { return value(); }
+    T &operator*() &noexcept { return value(); }
     /** @return value(). */
-    const T &operator*() const & noexcept { return value(); }
+    const T &operator*() const &noexcept { return value(); }
     /** @return value(), moved out. */
-    T &&operator*() && noexcept { return std::move(*this).value(); }
+    T &&operator*() &&noexcept { return std::move(*this).value(); }
     /** @return the address of value(). */
     T *operator->() noexcept { return &value(); }
     /** @return the address of value(). */
@@ -267,10 +261,7 @@ inline std::error_code recorded_failure() noexcept
  * @param result what a C function returned; negative on failure.
  * @return an empty code, or the recorded failure.
  */
-inline std::error_code checked(int result) noexcept
-{
-    return result < 0 ? recorded_failure() : std::error_code();
-}
+inline std::error_code checked(int result) noexcept { return result < 0 ? recorded_failure() : std::error_code(); }
 
 /**
  * @brief A NUL-terminated copy of a string view for the C API: in the object
@@ -460,11 +451,11 @@ inline std::optional<int> to_int(std::size_t index) noexcept
 template <class Derived, class Slots>
 class BlockHandle {
 public:
-    using block_type = typename Slots::block_type;   ///< The C record: SzList, SzHash or SzHashSet.
-    using value_type = typename Slots::value_type;   ///< What iteration yields.
-    using size_type = std::size_t;                   ///< Counts of items.
+    using block_type = typename Slots::block_type;      ///< The C record: SzList, SzHash or SzHashSet.
+    using value_type = typename Slots::value_type;      ///< What iteration yields.
+    using size_type = std::size_t;                      ///< Counts of items.
     using const_iterator = detail::SlotIterator<Slots>; ///< Iterates the items in slot order.
-    using iterator = const_iterator;                 ///< Items are read-only through iteration.
+    using iterator = const_iterator;                    ///< Items are read-only through iteration.
 
     /** An empty container without a block; allocates none. */
     BlockHandle() noexcept = default;
@@ -569,9 +560,9 @@ private:
 
 /** @brief The order a List keeps its items in (the C sort modes). */
 enum class Order : int {
-    unsorted = OP_UNSORTED,        ///< insertion order
-    bytewise = OP_SORTED,          ///< byte order (strcmp)
-    caseless = OP_UNICODE_SORTED,  ///< case-insensitive UTF-8 collation
+    unsorted = OP_UNSORTED,       ///< insertion order
+    bytewise = OP_SORTED,         ///< byte order (strcmp)
+    caseless = OP_UNICODE_SORTED, ///< case-insensitive UTF-8 collation
 };
 
 /**
@@ -952,8 +943,7 @@ inline std::error_code modify_section(std::string_view path, std::string_view se
  * @return the value; errc::key_not_found when no line of the key has a
  *         value. Allocates the std::string (may throw std::bad_alloc).
  */
-inline Result<std::string> get_value(std::string_view path, std::string_view key,
-                                     Occurrence which = Occurrence::first)
+inline Result<std::string> get_value(std::string_view path, std::string_view key, Occurrence which = Occurrence::first)
 {
     const detail::CString p(path), k(key);
     if (std::error_code error = detail::first_error(p, k)) {
@@ -1053,8 +1043,7 @@ inline Result<Hash> get_section(std::string_view path, std::string_view section)
     if (std::error_code error = detail::first_error(p, s)) {
         return error;
     }
-    return detail::read_into<Hash>(
-        [&p, &s](SzHash **hash) { return VELKCFileGetSection(p.c_str(), s.c_str(), hash); });
+    return detail::read_into<Hash>([&p, &s](SzHash **hash) { return VELKCFileGetSection(p.c_str(), s.c_str(), hash); });
 }
 
 /**
@@ -1141,8 +1130,8 @@ inline Result<bool> add_section(std::string_view path, std::string_view section,
  * @return an empty code; errc::key_not_found when the file has no such
  *         section (it is left as it was); or the library's error.
  */
-[[nodiscard]] inline std::error_code replace_section(std::string_view path, std::string_view section,
-                                                     const Hash &pairs, std::string_view new_name = {},
+[[nodiscard]] inline std::error_code replace_section(std::string_view path, std::string_view section, const Hash &pairs,
+                                                     std::string_view new_name = {},
                                                      std::string_view format = {}) noexcept
 {
     return detail::modify_section(path, section, new_name, pairs.get(), SECTION_FLAG_REPLACE, format);

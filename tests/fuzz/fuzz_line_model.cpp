@@ -94,7 +94,8 @@ void CheckSections(FuzzedDataProvider &in, const std::string &line, const std::s
     FUZZ_CHECK(!wholeLine || !matches || isSection);
     FUZZ_CHECK(VELKCIFileMatchSection(line.c_str(), len, nullptr) == -1);
 
-    const std::string header = "[" + std::string(section.c_str()) + "]" + std::string(in.ConsumeIntegralInRange(0, 3), ' ');
+    const std::string header =
+        "[" + std::string(section.c_str()) + "]" + std::string(in.ConsumeIntegralInRange(0, 3), ' ');
     const int headerLen = static_cast<int>(header.size());
     FUZZ_CHECK(VELKCIFileMatchSection(header.c_str(), headerLen, section.c_str()) == 1);
     FUZZ_CHECK(VELKCIFileIsSection(header.c_str(), headerLen) == 1);

@@ -86,7 +86,8 @@ void CheckGetKeys(FuzzedDataProvider &in, const char *file)
     fuzz::PushItems(in, wanted);
     fuzz::OwnedHash found(VELKCSzHashAlloc(0));
     FUZZ_CHECK(found);
-    const int result = VELKCFileGetKeys(file, wanted->nItem > 0 ? wanted.get() : nullptr, found.address(), seps.c_str());
+    const int result =
+        VELKCFileGetKeys(file, wanted->nItem > 0 ? wanted.get() : nullptr, found.address(), seps.c_str());
     FUZZ_CHECK(result == -1 || result == VELKCSzHashPairNum(found.get()));
     if (result <= 0 || wanted->nItem == 0) {
         return;

@@ -45,9 +45,8 @@ void CheckTrim(const std::string &text, const std::string &delim)
 
 void CheckReplace(const std::string &text, const std::string &oldText, const std::string &newText, int size)
 {
-    const long long needed =
-        static_cast<long long>(std::strlen(text.c_str()) + 1 + std::strlen(newText.c_str())) -
-        static_cast<long long>(std::strlen(oldText.c_str()));
+    const long long needed = static_cast<long long>(std::strlen(text.c_str()) + 1 + std::strlen(newText.c_str())) -
+                             static_cast<long long>(std::strlen(oldText.c_str()));
     auto input = Buffer(text.size() + 1, text);
     auto out = Buffer(static_cast<std::size_t>(size));
     const int result = VELKCStrReplace(input.get(), oldText.c_str(), newText.c_str(), out.get(), size);
@@ -117,7 +116,8 @@ void CheckSepPair(const std::string &text)
     const int result = VELKCStrSepPair(text.c_str(), pair.address());
     const std::string_view view = text.c_str();
     const std::size_t equals = view.find('=');
-    const bool hasKey = equals != std::string_view::npos && !fuzz::TrimSpace(std::string(view.substr(0, equals))).empty();
+    const bool hasKey =
+        equals != std::string_view::npos && !fuzz::TrimSpace(std::string(view.substr(0, equals))).empty();
     FUZZ_CHECK(result == (hasKey ? 0 : -1));
     FUZZ_CHECK(pair->nItem == (hasKey ? 2 : 0));
 }
@@ -131,7 +131,8 @@ void CheckColon(const std::string &text, int cbDst)
     if (result >= 0) {
         FUZZ_CHECK(static_cast<std::size_t>(result) == std::strlen(encoded.get()));
         auto decoded = Buffer(static_cast<std::size_t>(result) + 1);
-        FUZZ_CHECK(VELKCStrDecodeColon(encoded.get(), decoded.get(), result) == static_cast<int>(std::strlen(text.c_str())));
+        FUZZ_CHECK(VELKCStrDecodeColon(encoded.get(), decoded.get(), result) ==
+                   static_cast<int>(std::strlen(text.c_str())));
         FUZZ_CHECK(std::strcmp(decoded.get(), text.c_str()) == 0);
     }
     auto decoded = Buffer(static_cast<std::size_t>(cbDst) + 1);

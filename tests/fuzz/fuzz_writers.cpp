@@ -31,11 +31,8 @@ struct Format {
 };
 
 constexpr Format kFormats[] = {
-    {nullptr, "", ""},
-    {"%s=%s\n", "", ""},
-    {"%s = %s\n", " ", ""},
-    {"%s=\"%s\"\n", "\"", "\""},
-    {"%s:%s\n", "", ""}, // no "=": not a pair format
+    {nullptr, "", ""},           {"%s=%s\n", "", ""}, {"%s = %s\n", " ", ""},
+    {"%s=\"%s\"\n", "\"", "\""}, {"%s:%s\n", "", ""}, // no "=": not a pair format
 };
 
 // A string from the input, often made hostile for a line-based file.
@@ -65,8 +62,8 @@ bool HasLineBreak(std::string_view text) { return text.find_first_of("\r\n") != 
 bool IsHostileKey(std::string_view key)
 {
     return HasLineBreak(key) || key.find('=') != std::string_view::npos ||
-           key.find_first_not_of(" \t") == std::string_view::npos || key.starts_with('[') ||
-           key.starts_with('#') || key.starts_with(';');
+           key.find_first_not_of(" \t") == std::string_view::npos || key.starts_with('[') || key.starts_with('#') ||
+           key.starts_with(';');
 }
 
 bool IsHostilePair(const char *key, const char *value) { return IsHostileKey(key) || HasLineBreak(value); }
@@ -97,18 +94,10 @@ struct Call {
           format(kFormats[in.ConsumeIntegralInRange<std::size_t>(0, std::size(kFormats) - 1)]),
           flags(in.ConsumeIntegral<uint16_t>() &
                 (MATCH_FLAG_LAST | MATCH_FLAG_PREFIX | MATCH_FLAG_SUFFIX | MATCH_FLAG_AFTER | MATCH_FLAG_IGNORE_CASE)),
-          sectionFlags(in.ConsumeBool() ? SECTION_FLAG_REPLACE : 0),
-          nullPattern(in.ConsumeBool()),
-          nullLine(in.ConsumeIntegralInRange(0, 7) == 0),
-          nullNewSection(in.ConsumeBool()),
-          missing(in.ConsumeIntegralInRange(0, 7) == 0),
-          key(Argument(in)),
-          value(Argument(in)),
-          pattern(Argument(in)),
-          line(Argument(in)),
-          section(Argument(in)),
-          newSection(Argument(in)),
-          seps(in.ConsumeRandomLengthString(3))
+          sectionFlags(in.ConsumeBool() ? SECTION_FLAG_REPLACE : 0), nullPattern(in.ConsumeBool()),
+          nullLine(in.ConsumeIntegralInRange(0, 7) == 0), nullNewSection(in.ConsumeBool()),
+          missing(in.ConsumeIntegralInRange(0, 7) == 0), key(Argument(in)), value(Argument(in)), pattern(Argument(in)),
+          line(Argument(in)), section(Argument(in)), newSection(Argument(in)), seps(in.ConsumeRandomLengthString(3))
     {
         FUZZ_CHECK(patterns && hash && remove);
         fuzz::PushItems(in, patterns);

@@ -17,22 +17,20 @@ namespace {
 
 enum Exit : int { kOk = 0, kAbsent = 1, kUsage = 2, kFailed = 3 };
 
-constexpr const char *kUsageText =
-    "usage: velkc-conf get      [-s SECTION] FILE KEY\n"
-    "       velkc-conf set      [-s SECTION] FILE KEY VALUE\n"
-    "       velkc-conf del      [-s SECTION] FILE KEY\n"
-    "       velkc-conf keys     [-s SECTION] FILE\n"
-    "       velkc-conf sections FILE\n"
-    "       velkc-conf merge    [-s SECTION] FILE < KEY=VALUE lines\n"
-    "       velkc-conf --help | --version\n";
+constexpr const char *kUsageText = "usage: velkc-conf get      [-s SECTION] FILE KEY\n"
+                                   "       velkc-conf set      [-s SECTION] FILE KEY VALUE\n"
+                                   "       velkc-conf del      [-s SECTION] FILE KEY\n"
+                                   "       velkc-conf keys     [-s SECTION] FILE\n"
+                                   "       velkc-conf sections FILE\n"
+                                   "       velkc-conf merge    [-s SECTION] FILE < KEY=VALUE lines\n"
+                                   "       velkc-conf --help | --version\n";
 
-constexpr const char *kHelpText =
-    "\n"
-    "get prints a value, set sets it (creating the key, section or file), del\n"
-    "removes it, keys and sections list names one per line, merge applies the\n"
-    "KEY=VALUE lines of standard input in one rewrite. With -s the command works\n"
-    "on a [SECTION]; without it, on a file that has no sections.\n"
-    "Exit status: 0 done, 1 key or section not there, 2 usage error, 3 failure.\n";
+constexpr const char *kHelpText = "\n"
+                                  "get prints a value, set sets it (creating the key, section or file), del\n"
+                                  "removes it, keys and sections list names one per line, merge applies the\n"
+                                  "KEY=VALUE lines of standard input in one rewrite. With -s the command works\n"
+                                  "on a [SECTION]; without it, on a file that has no sections.\n"
+                                  "Exit status: 0 done, 1 key or section not there, 2 usage error, 3 failure.\n";
 
 // A container of the library, freed with its own function.
 template <typename T, auto Free>
@@ -94,16 +92,16 @@ Exit Print(std::string_view line)
 
 // The length of text once the readers have trimmed it: blanks at both ends,
 // then one pair of enclosing double quotes.
-std::size_t ReadBackLength(std::string text) { return static_cast<std::size_t>(VELKCStrTrimSpace(text.data(), nullptr)); }
+std::size_t ReadBackLength(std::string text)
+{
+    return static_cast<std::size_t>(VELKCStrTrimSpace(text.data(), nullptr));
+}
 
 bool ReadsBackWhole(const std::string &text) { return ReadBackLength(text) == text.size(); }
 
 // A value the readers would trim is written inside quotes: they strip
 // exactly that pair and give the value back byte for byte.
-std::string AsWritten(const std::string &value)
-{
-    return ReadsBackWhole(value) ? value : '"' + value + '"';
-}
+std::string AsWritten(const std::string &value) { return ReadsBackWhole(value) ? value : '"' + value + '"'; }
 
 // The readers take a key trimmed like a value: a key that trimming changes
 // could be written but never found again, so it is refused.
@@ -173,10 +171,7 @@ Exit PrintKeys(const Pairs &pairs)
 }
 
 // Section names in file order; -1 on failure.
-int ReadSectionNames(const char *file, List &names)
-{
-    return names ? VELKCFileEnumSection(file, names.address()) : -1;
-}
+int ReadSectionNames(const char *file, List &names) { return names ? VELKCFileEnumSection(file, names.address()) : -1; }
 
 // Rewrites a section with pairs as edit leaves them. A section that is not
 // there yet is appended whole when add is given. Another writer may add or
@@ -332,8 +327,7 @@ Exit Sections(const Scope &scope, std::span<char *const>)
 
 bool IsSkippedInput(std::string_view line)
 {
-    return line.find_first_not_of(" \t\r") == std::string_view::npos || line.starts_with('#') ||
-           line.starts_with(';');
+    return line.find_first_not_of(" \t\r") == std::string_view::npos || line.starts_with('#') || line.starts_with(';');
 }
 
 // Reads KEY=VALUE lines, split and trimmed as the file readers split a line;
@@ -382,8 +376,12 @@ struct Command {
 };
 
 constexpr std::array kCommands{
-    Command{"get", 1, true, Get},   Command{"set", 2, true, Set},           Command{"del", 1, true, Del},
-    Command{"keys", 0, true, Keys}, Command{"sections", 0, false, Sections}, Command{"merge", 0, true, Merge},
+    Command{"get", 1, true, Get},
+    Command{"set", 2, true, Set},
+    Command{"del", 1, true, Del},
+    Command{"keys", 0, true, Keys},
+    Command{"sections", 0, false, Sections},
+    Command{"merge", 0, true, Merge},
 };
 
 Exit Usage(std::string_view problem)

@@ -19,25 +19,25 @@
 
 #include <velkc/export.h>
 
-#define ERR_SUCCESS             0x0000 /**< No error. */
-#define ERR_NOT_ENOUGH_MEMORY   0x0100 /**< The result does not fit in the caller's buffer. */
-#define ERR_OUT_OF_MEMORY       0x0200 /**< An allocation failed. */
-#define ERR_OPEN_FAILED         0x0900 /**< A file cannot be opened or created, or is no regular file; no collator. */
-#define ERR_READ_FAILED         0x0A00 /**< Reading failed, or a line exceeds VELKC_FILE_MAX_LINE. */
-#define ERR_WRITE_FAILED        0x0B00 /**< Writing, flushing or syncing a file failed. */
-#define ERR_BAD_PARAMETERS      0x0D00 /**< A null pointer, a value out of range, or text that is refused. */
-#define ERR_KEY_NOT_FOUND       0x2000 /**< The key, line, text or section sought is not in the file. */
-#define ERR_KEY_EXISTS          0x2100 /**< The key is present already, so nothing was appended. */
-#define ERR_SECTION_NOT_FOUND   0x2200 /**< The section is not in the file, or holds no pair. */
-#define ERR_QUOTA_EXCEEDED      0x2400 /**< A write failed because the disk quota is exceeded. */
-#define ERR_SEEK_FAILED         0x2600 /**< Repositioning in a file failed. */
-#define ERR_STAT_FAILED         0x2700 /**< The status of the file being rewritten could not be read. */
-#define ERR_RENAME_FAILED       0x2800 /**< The rewritten file could not be moved over the target. */
-#define ERR_LOCK_TIMEOUT        0x2900 /**< Another writer held the file past VELKC_FILE_LOCK_TIMEOUT_MS. */
-#define ERR_OPERATION_FAILED    0x2A00 /**< A child could not be run or reaped, or ended abnormally; no lock table. */
-#define ERR_FORMAT_ERROR        0x4000 /**< A pair format is refused; the record's line holds the failed check. */
-#define ERR_UNICODE_FAILED      0x8000 /**< A Unicode conversion or case mapping failed, e.g. on malformed UTF-8. */
-#define ERR_FORK_FAILED         0x9700 /**< fork() failed. */
+#define ERR_SUCCESS 0x0000           /**< No error. */
+#define ERR_NOT_ENOUGH_MEMORY 0x0100 /**< The result does not fit in the caller's buffer. */
+#define ERR_OUT_OF_MEMORY 0x0200     /**< An allocation failed. */
+#define ERR_OPEN_FAILED 0x0900       /**< A file cannot be opened or created, or is no regular file; no collator. */
+#define ERR_READ_FAILED 0x0A00       /**< Reading failed, or a line exceeds VELKC_FILE_MAX_LINE. */
+#define ERR_WRITE_FAILED 0x0B00      /**< Writing, flushing or syncing a file failed. */
+#define ERR_BAD_PARAMETERS 0x0D00    /**< A null pointer, a value out of range, or text that is refused. */
+#define ERR_KEY_NOT_FOUND 0x2000     /**< The key, line, text or section sought is not in the file. */
+#define ERR_KEY_EXISTS 0x2100        /**< The key is present already, so nothing was appended. */
+#define ERR_SECTION_NOT_FOUND 0x2200 /**< The section is not in the file, or holds no pair. */
+#define ERR_QUOTA_EXCEEDED 0x2400    /**< A write failed because the disk quota is exceeded. */
+#define ERR_SEEK_FAILED 0x2600       /**< Repositioning in a file failed. */
+#define ERR_STAT_FAILED 0x2700       /**< The status of the file being rewritten could not be read. */
+#define ERR_RENAME_FAILED 0x2800     /**< The rewritten file could not be moved over the target. */
+#define ERR_LOCK_TIMEOUT 0x2900      /**< Another writer held the file past VELKC_FILE_LOCK_TIMEOUT_MS. */
+#define ERR_OPERATION_FAILED 0x2A00  /**< A child could not be run or reaped, or ended abnormally; no lock table. */
+#define ERR_FORMAT_ERROR 0x4000      /**< A pair format is refused; the record's line holds the failed check. */
+#define ERR_UNICODE_FAILED 0x8000    /**< A Unicode conversion or case mapping failed, e.g. on malformed UTF-8. */
+#define ERR_FORK_FAILED 0x9700       /**< fork() failed. */
 
 VELKC_BEGIN_DECLS
 

@@ -49,11 +49,11 @@
 #include <velkc/hash.h>
 #include <velkc/list.h>
 
-#define MATCH_FLAG_LAST         0x0001 /**< The last match wins, not the first. */
-#define MATCH_FLAG_PREFIX       0x0002 /**< The line begins with the pattern. */
-#define MATCH_FLAG_SUFFIX       0x0004 /**< The line ends with the pattern, before its "\n"; PREFIX wins. */
-#define MATCH_FLAG_AFTER        0x0200 /**< Insert after the match, or append. */
-#define MATCH_FLAG_IGNORE_CASE  0x0400 /**< Compare the upper-cased forms (VELKCUnicodeUTF8StrUpper()). */
+#define MATCH_FLAG_LAST 0x0001        /**< The last match wins, not the first. */
+#define MATCH_FLAG_PREFIX 0x0002      /**< The line begins with the pattern. */
+#define MATCH_FLAG_SUFFIX 0x0004      /**< The line ends with the pattern, before its "\n"; PREFIX wins. */
+#define MATCH_FLAG_AFTER 0x0200       /**< Insert after the match, or append. */
+#define MATCH_FLAG_IGNORE_CASE 0x0400 /**< Compare the upper-cased forms (VELKCUnicodeUTF8StrUpper()). */
 
 /**
  * The longest line, its "\n" included, that the readers and writers accept;
@@ -208,8 +208,8 @@ VELKC_API int VELKCFileGetSection(const char *szFile, const char *szSection, SzH
  *         is missing, or the section holds no pair), ERR_KEY_NOT_FOUND, the
  *         read errors.
  */
-VELKC_API int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey,
-                                       char *szValue, int cbValue) VELKC_NOEXCEPT;
+VELKC_API int VELKCFileGetSectionValue(const char *szFile, const char *szSection, const char *szKey, char *szValue,
+                                       int cbValue) VELKC_NOEXCEPT;
 
 /**
  * Appends the name of every section header to a list, in file order: the
@@ -465,7 +465,7 @@ VELKC_API int VELKCFileAddSection(const char *szFile, const char *szSection, con
  */
 
 /** VELKCIFileModifySection(): replace the section instead of deleting it. */
-#define SECTION_FLAG_REPLACE    0x0001
+#define SECTION_FLAG_REPLACE 0x0001
 
 /**
  * Tests whether a line matches a pattern: holds it anywhere, begins with it

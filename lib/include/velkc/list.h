@@ -18,10 +18,10 @@
 
 #include <velkc/export.h>
 
-#define OP_UNSORTED        0    /**< Sort mode: items in insertion order. */
-#define OP_SORTED          1    /**< Sort mode: byte order (strcmp). */
-#define OP_UNICODE_SORTED  16   /**< Sort mode: caseless UTF-8 order (VELKCUnicodeUTF8StrCaseCmp). */
-#define OP_NEW_LIST        4096 /**< VELKCSzListAnd / VELKCSzListOr flag: return a new list, leave the inputs alone. */
+#define OP_UNSORTED 0        /**< Sort mode: items in insertion order. */
+#define OP_SORTED 1          /**< Sort mode: byte order (strcmp). */
+#define OP_UNICODE_SORTED 16 /**< Sort mode: caseless UTF-8 order (VELKCUnicodeUTF8StrCaseCmp). */
+#define OP_NEW_LIST 4096     /**< VELKCSzListAnd / VELKCSzListOr flag: return a new list, leave the inputs alone. */
 
 /**
  * The list block: this 32-byte header, the item slots growing upward after

@@ -13,15 +13,15 @@
 
 #include <velkc/export.h>
 
-#define FORK_FLAG_NULL_STDIO      0x01  /**< "/dev/null" on descriptors 0, 1 and 2, if it can be opened. */
-#define FORK_FLAG_CLOSE_LOCKS     0x02  /**< Close the lock files of the calling thread's lock table. */
-#define FORK_FLAG_CLOSE_FDS       0x04  /**< Close every descriptor from 3 up; implies FORK_FLAG_CLOSE_LOCKS. */
-#define FORK_FLAG_CLEAR_ENV       0x08  /**< Keep only PATH in the environment (none if it is unset). */
-#define FORK_FLAG_CHDIR_ROOT      0x10  /**< Change the working directory to "/". */
-#define FORK_FLAG_SETSID          0x20  /**< Start a new session (setsid()). */
-#define FORK_FLAG_DAEMON          0x40  /**< Fork once more: the grandchild goes on, the intermediate child exits. */
-#define FORK_FLAG_RESET_PRIORITY  0x80  /**< Set the nice value back to 0. */
-#define EXEC_FLAG_CREDENTIALS     0x100 /**< VELKCExecl() only: set up the program's credentials first. */
+#define FORK_FLAG_NULL_STDIO 0x01     /**< "/dev/null" on descriptors 0, 1 and 2, if it can be opened. */
+#define FORK_FLAG_CLOSE_LOCKS 0x02    /**< Close the lock files of the calling thread's lock table. */
+#define FORK_FLAG_CLOSE_FDS 0x04      /**< Close every descriptor from 3 up; implies FORK_FLAG_CLOSE_LOCKS. */
+#define FORK_FLAG_CLEAR_ENV 0x08      /**< Keep only PATH in the environment (none if it is unset). */
+#define FORK_FLAG_CHDIR_ROOT 0x10     /**< Change the working directory to "/". */
+#define FORK_FLAG_SETSID 0x20         /**< Start a new session (setsid()). */
+#define FORK_FLAG_DAEMON 0x40         /**< Fork once more: the grandchild goes on, the intermediate child exits. */
+#define FORK_FLAG_RESET_PRIORITY 0x80 /**< Set the nice value back to 0. */
+#define EXEC_FLAG_CREDENTIALS 0x100   /**< VELKCExecl() only: set up the program's credentials first. */
 
 /**
  * The flags of VELKCExec(): RESET_PRIORITY, SETSID, CHDIR_ROOT, CLEAR_ENV,
@@ -76,8 +76,8 @@ VELKC_API int VELKCExecl(const char *szPath, int flags, const char *szArg1, ...)
  * @param szArg4  Fourth argument or NULL.
  * @return As VELKCExecl().
  */
-VELKC_API int VELKCExec(const char *szPath, const char *szArg1, const char *szArg2,
-                        const char *szArg3, const char *szArg4) VELKC_NOEXCEPT;
+VELKC_API int VELKCExec(const char *szPath, const char *szArg1, const char *szArg2, const char *szArg3,
+                        const char *szArg4) VELKC_NOEXCEPT;
 
 VELKC_END_DECLS
 

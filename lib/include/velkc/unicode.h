@@ -23,19 +23,19 @@
  * KOVA_CP_WIN_1256.
  */
 enum {
-    KOVA_CP_UTF8 = 0, /**< UTF-8. */
-    KOVA_CP_UTF16 = 1, /**< UTF-16. */
-    KOVA_CP_WIN_437 = 2, /**< Code page 437. */
-    KOVA_CP_WIN_737 = 3, /**< Code page 737. */
-    KOVA_CP_WIN_850 = 4, /**< Code page 850. */
-    KOVA_CP_WIN_852 = 5, /**< Code page 852. */
-    KOVA_CP_WIN_857 = 6, /**< Code page 857. */
-    KOVA_CP_WIN_862 = 8, /**< Code page 862. */
-    KOVA_CP_WIN_866 = 9, /**< Code page 866. */
-    KOVA_CP_WIN_932 = 10, /**< Code page 932. */
-    KOVA_CP_WIN_936 = 11, /**< Code page 936. */
-    KOVA_CP_WIN_949 = 12, /**< Code page 949. */
-    KOVA_CP_WIN_950 = 13, /**< Code page 950. */
+    KOVA_CP_UTF8 = 0,      /**< UTF-8. */
+    KOVA_CP_UTF16 = 1,     /**< UTF-16. */
+    KOVA_CP_WIN_437 = 2,   /**< Code page 437. */
+    KOVA_CP_WIN_737 = 3,   /**< Code page 737. */
+    KOVA_CP_WIN_850 = 4,   /**< Code page 850. */
+    KOVA_CP_WIN_852 = 5,   /**< Code page 852. */
+    KOVA_CP_WIN_857 = 6,   /**< Code page 857. */
+    KOVA_CP_WIN_862 = 8,   /**< Code page 862. */
+    KOVA_CP_WIN_866 = 9,   /**< Code page 866. */
+    KOVA_CP_WIN_932 = 10,  /**< Code page 932. */
+    KOVA_CP_WIN_936 = 11,  /**< Code page 936. */
+    KOVA_CP_WIN_949 = 12,  /**< Code page 949. */
+    KOVA_CP_WIN_950 = 13,  /**< Code page 950. */
     KOVA_CP_WIN_1250 = 14, /**< Code page 1250. */
     KOVA_CP_WIN_1251 = 15, /**< Code page 1251. */
     KOVA_CP_WIN_1252 = 16, /**< Code page 1252. */
@@ -43,10 +43,10 @@ enum {
     KOVA_CP_WIN_1254 = 18, /**< Code page 1254. */
     KOVA_CP_WIN_1255 = 19, /**< Code page 1255. */
     KOVA_CP_WIN_1256 = 20, /**< Code page 1256. */
-    KOVA_CP_MAC_932 = 29, /**< Mac form of code page 932. */
-    KOVA_CP_MAC_936 = 30, /**< Mac form of code page 936. */
-    KOVA_CP_MAC_949 = 31, /**< Mac form of code page 949. */
-    KOVA_CP_MAC_950 = 32, /**< Mac form of code page 950. */
+    KOVA_CP_MAC_932 = 29,  /**< Mac form of code page 932. */
+    KOVA_CP_MAC_936 = 30,  /**< Mac form of code page 936. */
+    KOVA_CP_MAC_949 = 31,  /**< Mac form of code page 949. */
+    KOVA_CP_MAC_950 = 32,  /**< Mac form of code page 950. */
     KOVA_CP_MAC_1250 = 33, /**< Mac form of code page 1250. */
     KOVA_CP_MAC_1251 = 34, /**< Mac form of code page 1251. */
     KOVA_CP_MAC_1252 = 35, /**< Mac form of code page 1252. */

@@ -9,9 +9,9 @@
 #ifndef VELKC_UNICODE_ICU_H
 #define VELKC_UNICODE_ICU_H
 
-#include <velkc/export.h>
 #include <unicode/ucol.h>
 #include <unicode/utypes.h>
+#include <velkc/export.h>
 
 VELKC_BEGIN_DECLS
 
