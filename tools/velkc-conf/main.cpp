@@ -2,7 +2,7 @@
 // library's readers and writers, so that every change has their guarantees:
 // one atomic rewrite or append, taken in turn with other writers, owner,
 // mode and comments kept.
-#include <velkc.h>
+#include <velkc.hpp>
 
 #include <array>
 #include <iostream>
@@ -11,7 +11,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace {
 
@@ -32,30 +31,11 @@ constexpr const char *kHelpText = "\n"
                                   "on a [SECTION]; without it, on a file that has no sections.\n"
                                   "Exit status: 0 done, 1 key or section not there, 2 usage error, 3 failure.\n";
 
-// A container of the library, freed with its own function.
-template <typename T, auto Free>
-class Owned {
-public:
-    explicit Owned(T *p) noexcept : p_(p) {}
-    Owned(Owned &&other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
-    ~Owned()
-    {
-        if (p_ != nullptr) {
-            Free(p_);
-        }
-    }
-    Owned &operator=(Owned &&) = delete;
-
-    T *get() const noexcept { return p_; }
-    T **address() noexcept { return &p_; } // adding may move the block
-    T *operator->() const noexcept { return p_; }
-    explicit operator bool() const noexcept { return p_ != nullptr; }
-
-private:
-    T *p_;
-};
-using Hash = Owned<SzHash, VELKCSzHashFree>;
-using List = Owned<SzList, VELKCSzListFree>;
+// The library's containers, each freed once by its handle. The tool calls
+// the C functions on them directly (get(), and address() where a call may
+// move the block).
+using velkc::Hash;
+using velkc::List;
 
 // Pairs as the tool handles them: values as the readers give them back,
 // keys in byte order, which is the order keys are listed in.
@@ -117,13 +97,12 @@ Exit CheckKey(const char *file, const std::string &key)
 // section reader still splits into a pair.
 bool IsCommentKey(std::string_view key) { return key.starts_with('#') || key.starts_with(';'); }
 
-Pairs ToPairs(const SzHash *hash)
+Pairs ToPairs(const Hash &hash)
 {
     Pairs pairs;
-    for (int i = 0; i < hash->nSlot; ++i) {
-        const SzHashSlot &slot = hash->rgSlot[i];
-        if (slot.pszKey != nullptr && !IsCommentKey(slot.pszKey)) {
-            pairs.emplace(slot.pszKey, slot.pszVal);
+    for (const auto [key, value] : hash) {
+        if (!IsCommentKey(key)) {
+            pairs.emplace(key, value);
         }
     }
     return pairs;
@@ -135,7 +114,7 @@ Hash ToHash(const Pairs &pairs)
 {
     Hash hash(VELKCSzHashAlloc(0));
     for (const auto &[key, value] : pairs) {
-        if (!hash || VELKCSzHashSetValue(hash.address(), key.c_str(), AsWritten(value).c_str()) < 0) {
+        if (!hash.get() || VELKCSzHashSetValue(hash.address(), key.c_str(), AsWritten(value).c_str()) < 0) {
             return Hash(nullptr);
         }
     }
@@ -147,10 +126,10 @@ Hash ToHash(const Pairs &pairs)
 bool ReadSection(const Scope &scope, Pairs &pairs)
 {
     Hash hash(VELKCSzHashAlloc(0));
-    if (!hash || VELKCFileGetSection(scope.file, scope.section, hash.address()) < 0) {
+    if (!hash.get() || VELKCFileGetSection(scope.file, scope.section, hash.address()) < 0) {
         return false;
     }
-    pairs = ToPairs(hash.get());
+    pairs = ToPairs(hash);
     return true;
 }
 
@@ -171,7 +150,10 @@ Exit PrintKeys(const Pairs &pairs)
 }
 
 // Section names in file order; -1 on failure.
-int ReadSectionNames(const char *file, List &names) { return names ? VELKCFileEnumSection(file, names.address()) : -1; }
+int ReadSectionNames(const char *file, List &names)
+{
+    return names.get() ? VELKCFileEnumSection(file, names.address()) : -1;
+}
 
 // Rewrites a section with pairs as edit leaves them. A section that is not
 // there yet is appended whole when add is given. Another writer may add or
@@ -184,7 +166,7 @@ Exit RewriteSection(const Scope &scope, const Pairs *add, Edit edit)
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         if (add != nullptr) {
             const Hash hash = ToHash(*add);
-            const int added = hash ? VELKCFileAddSection(scope.file, scope.section, hash.get(), nullptr) : -1;
+            const int added = hash.get() ? VELKCFileAddSection(scope.file, scope.section, hash.get(), nullptr) : -1;
             if (added != 0) {
                 return added > 0 ? kOk : FailRecorded(scope.file);
             }
@@ -197,9 +179,9 @@ Exit RewriteSection(const Scope &scope, const Pairs *add, Edit edit)
             return kOk; // nothing to change
         }
         const Hash hash = ToHash(pairs);
-        const int found = hash ? VELKCIFileModifySection(scope.file, scope.section, nullptr, hash.get(),
-                                                         SECTION_FLAG_REPLACE, nullptr)
-                               : -1;
+        const int found = hash.get() ? VELKCIFileModifySection(scope.file, scope.section, nullptr, hash.get(),
+                                                               SECTION_FLAG_REPLACE, nullptr)
+                                     : -1;
         if (found < 0) {
             return FailRecorded(scope.file);
         }
@@ -227,7 +209,7 @@ Exit SetPairs(const Scope &scope, const Pairs &changes)
         });
     }
     const Hash hash = ToHash(changes);
-    if (!hash || VELKCFileSetKeys(scope.file, hash.get(), nullptr, nullptr) < 0) {
+    if (!hash.get() || VELKCFileSetKeys(scope.file, hash.get(), nullptr, nullptr) < 0) {
         return FailRecorded(scope.file);
     }
     return kOk;
@@ -291,10 +273,10 @@ Exit Keys(const Scope &scope, std::span<char *const>)
 {
     if (scope.section == nullptr) {
         Hash hash(VELKCSzHashAlloc(0));
-        if (!hash || VELKCFileGetPair(scope.file, hash.address()) < 0) {
+        if (!hash.get() || VELKCFileGetPair(scope.file, hash.address()) < 0) {
             return FailRecorded(scope.file);
         }
-        return PrintKeys(ToPairs(hash.get()));
+        return PrintKeys(ToPairs(hash));
     }
     Pairs pairs;
     if (!ReadSection(scope, pairs)) {
@@ -315,12 +297,11 @@ Exit Keys(const Scope &scope, std::span<char *const>)
 Exit Sections(const Scope &scope, std::span<char *const>)
 {
     List names(VELKCSzListAlloc(0));
-    const int count = ReadSectionNames(scope.file, names);
-    if (count < 0) {
+    if (ReadSectionNames(scope.file, names) < 0) {
         return FailRecorded(scope.file);
     }
-    for (int i = 0; i < count; ++i) {
-        Print(names->pszItem[i]);
+    for (const std::string_view name : names) {
+        Print(name);
     }
     return kOk;
 }
@@ -344,14 +325,14 @@ Exit ReadMergeInput(const char *file, Pairs &changes)
         if (line.find('\0') != std::string::npos) {
             return Fail(file, ERR_BAD_PARAMETERS, where + ": NUL byte");
         }
-        if (!pair) {
+        if (!pair.get()) {
             return FailRecorded(file);
         }
         VELKCSzListRemoveAll(pair.get());
         if (VELKCStrSepPair(line.c_str(), pair.address()) < 0) {
             return Fail(file, VELKCErrGet(), where + ": not KEY=VALUE");
         }
-        changes[pair->pszItem[0]] = pair->pszItem[1];
+        changes[pair.get()->pszItem[0]] = pair.get()->pszItem[1];
     }
     if (std::cin.bad()) {
         return Fail(file, ERR_READ_FAILED, "standard input");
