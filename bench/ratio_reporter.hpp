@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <utility>
 
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
@@ -30,12 +31,13 @@ public:
             if (at == std::string::npos) {
                 continue;
             }
-            for (const char *pszOther : {"peer", "limit"}) {
+            // The peer's ratio carries the run's own name, the limit's a suffix.
+            constexpr std::pair<const char *, const char *> kOthers[] = {{"/peer/", ""}, {"/limit/", "@limit"}};
+            for (const auto &[pszPart, pszSuffix] : kOthers) {
                 std::string other = name;
-                other.replace(at, 5, std::string("/") + pszOther + "/");
+                other.replace(at, 5, pszPart);
                 if (const auto it = times_.find(other); it != times_.end() && it->second > 0) {
-                    std::printf("RATIO %s%s %.2f -\n", name.c_str(), *pszOther == 'l' ? "@limit" : "",
-                                time / it->second);
+                    std::printf("RATIO %s%s %.2f -\n", name.c_str(), pszSuffix, time / it->second);
                 }
             }
         }
