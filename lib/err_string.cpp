@@ -29,6 +29,8 @@ constexpr std::array kCodeTexts{
     CodeText{ERR_RENAME_FAILED, "cannot rename temporary file"},
     CodeText{ERR_LOCK_TIMEOUT, "timed out waiting for the file lock"},
     CodeText{ERR_OPERATION_FAILED, "operation failed"},
+    CodeText{ERR_UNSAFE_LINK, "refused to follow a link another user controls"},
+    CodeText{ERR_NOT_DURABLE, "change made but not confirmed on disk"},
     CodeText{ERR_FORMAT_ERROR, "bad file format"},
     CodeText{ERR_UNICODE_FAILED, "unicode conversion failed"},
     CodeText{ERR_FORK_FAILED, "cannot fork"},

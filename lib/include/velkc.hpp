@@ -72,6 +72,8 @@ enum class errc : unsigned int {
     rename_failed = ERR_RENAME_FAILED,
     lock_timeout = ERR_LOCK_TIMEOUT,
     operation_failed = ERR_OPERATION_FAILED,
+    unsafe_link = ERR_UNSAFE_LINK,
+    not_durable = ERR_NOT_DURABLE,
     format_error = ERR_FORMAT_ERROR,
     unicode_failed = ERR_UNICODE_FAILED,
     fork_failed = ERR_FORK_FAILED,
