@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <optional>
 #include <sys/mman.h>
+#include <sys/xattr.h>
 
 using namespace test;
 
@@ -74,8 +75,18 @@ std::string DescriptorUnder(const fs::path &dir)
     return "";
 }
 
+// Where a writer's target lies: a plain file in a directory of the writer's;
+// a link to it there; a file in a directory the writer's group may write in
+// too, where temporary names are made in a private directory; a file with
+// an extended attribute to carry over.
+enum class Layout { kPlain, kThroughLink, kSharedDir, kAttribute };
+
+constexpr char kLinked[] = "real";
+constexpr char kAttribute[] = "user.velkc-test";
+
 struct Subject {
     std::string name;
+    Layout layout;
     bool reader;
     std::optional<std::string> before; // the target before the call, if any
     int failure;                       // the result that reports a failure
@@ -88,7 +99,7 @@ std::vector<Subject> Readers()
     for (const std::string &content : {kBase, kLarge}) {
         for (const Reader &reader : AllReaders()) {
             const std::string name = reader.name + std::string(content == kLarge ? " (large)" : "");
-            subjects.push_back({name, true, content, reader.failure, reader.call});
+            subjects.push_back({name, Layout::kPlain, true, content, reader.failure, reader.call});
         }
     }
     return subjects;
@@ -103,24 +114,67 @@ std::vector<Subject> Writers(std::initializer_list<std::optional<std::string>> c
         for (const Writer &writer : AllWriters()) {
             if (content || writer.creates) {
                 const char *const on = !content ? " (missing)" : *content == kLarge ? " (large)" : "";
-                subjects.push_back({writer.name + std::string(on), false, content, -1, writer.call});
+                subjects.push_back({writer.name + std::string(on), Layout::kPlain, false, content, -1, writer.call});
             }
         }
     }
     return subjects;
 }
 
+// The writers on kBase in the other layouts.
+std::vector<Subject> WritersElsewhere()
+{
+    constexpr std::pair<Layout, const char *> kLayouts[] = {
+        {Layout::kThroughLink, " (through a link)"},
+        {Layout::kSharedDir, " (shared directory)"},
+        {Layout::kAttribute, " (attribute)"},
+    };
+    std::vector<Subject> subjects;
+    for (const auto &[layout, where] : kLayouts) {
+        for (const Writer &writer : AllWriters()) {
+            subjects.push_back({writer.name + std::string(where), layout, false, kBase, -1, writer.call});
+        }
+    }
+    return subjects;
+}
+
 // What a call did and left: its result, the error record, what a reader
-// found, a descriptor on the case directory left open, the target and the
-// names in the directory afterwards.
+// found, a descriptor on the case directory left open, the target, whether
+// it kept its extended attribute, and the names in the directory afterwards
+// beside those of the layout.
 struct Case {
     int result = 0;
     unsigned error = 0;
     std::string found;
     std::string leakedFd;
     std::optional<std::string> content;
+    bool attributeKept = true;
     std::set<std::string> names;
 };
+
+// Sets up the layout's files in dir around content; the name of the file
+// that the writer changes.
+const char *Lay(Layout layout, const fs::path &dir, const std::string &content)
+{
+    if (layout == Layout::kThroughLink) {
+        WriteFile(dir / kLinked, content);
+        fs::create_symlink(kLinked, dir / kTarget);
+        return kLinked;
+    }
+    WriteFile(dir / kTarget, content);
+    if (layout == Layout::kSharedDir) {
+        fs::permissions(dir, fs::perms::group_write, fs::perm_options::add);
+    } else if (layout == Layout::kAttribute) {
+        setxattr((dir / kTarget).c_str(), kAttribute, "1", 1, 0);
+    }
+    return kTarget;
+}
+
+bool HasAttribute(const fs::path &file)
+{
+    char value[4];
+    return getxattr(file.c_str(), kAttribute, value, sizeof value) == 1;
+}
 
 // One call of a subject, armed, on a fresh directory under base.
 Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &base, fault::Record &record)
@@ -128,14 +182,12 @@ Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &b
     const fs::path dir = base / std::to_string(k);
     fs::create_directory(dir);
     const fs::path target = dir / kTarget;
-    if (subject.before) {
-        WriteFile(target, *subject.before);
-    }
+    const char *changed = subject.before ? Lay(subject.layout, dir, *subject.before) : kTarget;
     Case result;
     {
         Args args;
         ResetError();
-        fault::Arm(mode.kind, k, mode.error, kTarget, &record);
+        fault::Arm(mode.kind, k, mode.error, changed, &record);
         result.result = subject.call(target.c_str(), args);
         fault::Disarm();
         result.error = VELKCErrGet();
@@ -143,8 +195,18 @@ Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &b
     }
     result.leakedFd = DescriptorUnder(dir);
     result.names = ListDir(dir);
+    result.names.erase(kTarget);
+    // A commit that could not remove its private directory after the rename
+    // says so: the change is in place, but the commit did not end cleanly.
+    std::erase_if(result.names, [&](const std::string &name) {
+        return result.error == ERR_NOT_DURABLE && fs::is_directory(dir / name) && fs::is_empty(dir / name);
+    });
+    if (subject.layout == Layout::kThroughLink) {
+        result.names.erase(kLinked);
+    }
     if (fs::exists(target)) {
         result.content = ReadFile(target);
+        result.attributeKept = subject.layout != Layout::kAttribute || HasAttribute(target);
     }
     fs::remove_all(dir);
     return result;
@@ -168,9 +230,13 @@ std::string Quoted(std::string_view text)
     return shown + "\"";
 }
 
-// The codes a failure of mode may report.
-bool Acceptable(const Subject &subject, const Mode &mode, unsigned code)
+// The codes a failure of mode may report; a failure that leaves the new
+// file in place, only that its durability is not confirmed.
+bool Acceptable(const Subject &subject, const Mode &mode, unsigned code, bool changed)
 {
+    if (changed) {
+        return code == ERR_NOT_DURABLE;
+    }
     if (mode.kind == fault::Kind::kAlloc) {
         return code == ERR_OUT_OF_MEMORY;
     }
@@ -194,11 +260,12 @@ std::vector<std::string> Faults(const Subject &subject, const Mode &mode, const 
                                 const fault::Record &record)
 {
     std::vector<std::string> faults;
+    const bool changed = record.failedAfterCommit && run.content == clean.content && run.content != subject.before;
     if (run.result == clean.result && run.found != clean.found) {
         faults.push_back("found " + Quoted(run.found) + " instead of " + Quoted(clean.found));
     } else if (run.result != clean.result && run.result != subject.failure) {
         faults.push_back(Reported(run));
-    } else if (run.result != clean.result && !Acceptable(subject, mode, run.error)) {
+    } else if (run.result != clean.result && !Acceptable(subject, mode, run.error, changed)) {
         faults.push_back("failed, but " + Reported(run));
     }
     // A writer that did its work leaves the new version; one that failed,
@@ -212,10 +279,11 @@ std::vector<std::string> Faults(const Subject &subject, const Mode &mode, const 
     if (!allowed.contains(run.content)) {
         faults.push_back("left the target " + (run.content ? Quoted(*run.content) : std::string("missing")));
     }
+    if (!run.attributeKept) {
+        faults.push_back("dropped the target's extended attribute");
+    }
     for (const std::string &name : run.names) {
-        if (name != kTarget || !run.content) {
-            faults.push_back("left \"" + name + "\" in the directory");
-        }
+        faults.push_back("left \"" + name + "\" in the directory");
     }
     if (!run.leakedFd.empty()) {
         faults.push_back("left a descriptor open on " + run.leakedFd);
@@ -337,6 +405,10 @@ std::vector<std::string> InjectAll(const std::vector<Subject> &subjects)
 TEST(FaultInjection, ReadersFindOrReportAReadError) { EXPECT_TRUE(InjectAll(Readers()).empty()); }
 
 TEST(FaultInjection, WritersChangeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers({kBase, kLarge})).empty()); }
+
+// Every step of following a link, making names in a private directory and
+// carrying extended attributes over.
+TEST(FaultInjection, WritersElsewhereChangeAllOrNothing) { EXPECT_TRUE(InjectAll(WritersElsewhere()).empty()); }
 
 TEST(FaultInjection, CreatorsMakeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers({std::nullopt})).empty()); }
 

@@ -1,10 +1,13 @@
 // Writers of one file in several processes and threads at once: they take
 // turns, so no change is lost, and a writer that cannot get the file gives
 // up after the lock timeout with the file untouched.
+#include "file/path_walk.hpp"
+#include "file/write_lock.hpp"
 #include "file_support.hpp"
 #include "internal.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <fcntl.h>
 #include <set>
@@ -82,14 +85,15 @@ protected:
         return lost;
     }
 
-    // Holds the file's lock as another writer would, from an open file
-    // description of its own.
-    velkc::UniqueFd HoldLock() const
+    // Holds the writers' lock of the file as another writer would: with the
+    // library's own lock code, built into this test.
+    std::unique_ptr<velkc::WriteLock> HoldLock() const
     {
-        velkc::UniqueFd fd(open(conf_.c_str(), O_RDONLY | O_CLOEXEC));
-        EXPECT_TRUE(fd);
-        EXPECT_EQ(flock(fd.get(), LOCK_EX), 0);
-        return fd;
+        velkc::ResolvedTarget target;
+        EXPECT_EQ(velkc::ResolveTarget(conf_.c_str(), target), velkc::kOk);
+        auto lock = std::make_unique<velkc::WriteLock>();
+        EXPECT_EQ(lock->Acquire(target.dir.get(), target.dirStat, target.name, velkc::MonotonicNanos()), velkc::kOk);
+        return lock;
     }
 
     const fs::path conf_ = Path("conf");
@@ -140,7 +144,7 @@ TEST_F(Concurrency, WritersLoseNoKey)
 
 TEST_F(Concurrency, WritersGiveUpOnAHeldLock)
 {
-    const velkc::UniqueFd holder = HoldLock();
+    const auto holder = HoldLock();
     const auto &writers = AllWriters();
     struct Outcome {
         int result = 0;
@@ -178,6 +182,96 @@ TEST_F(Concurrency, WritersGiveUpOnAHeldLock)
     EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
 }
 
+// Readers may lock the file itself as they like: writers do not wait for it.
+TEST_F(Concurrency, ReadersLockingTheFileDelayNoWriter)
+{
+    for (const int how : {LOCK_SH, LOCK_EX}) {
+        const velkc::UniqueFd reader(open(conf_.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(flock(reader.get(), how), 0);
+        for (const Writer &writer : AllWriters()) {
+            SCOPED_TRACE(writer.name);
+            WriteFile(conf_, kBase);
+            Args args;
+            const Clock::time_point start = Clock::now();
+            EXPECT_EQ(writer.call(conf_.c_str(), args), writer.result);
+            EXPECT_LT(MillisSince(start), 1000);
+        }
+    }
+}
+
+// Children forked while other threads write, by fork() or VELKCProcForkEx,
+// keep none of the writers' locks: their own writes go through, and the
+// parent's writers go on while the children live.
+TEST_F(Concurrency, ForkedChildrenKeepNoWritersLock)
+{
+    constexpr int kThreads = 4;
+    constexpr int kBatches = 125;
+    constexpr int kBatchSize = 8;
+    std::atomic<bool> stop{false};
+    std::atomic<long> progress[kThreads] = {};
+    std::atomic<int> parentFailures{0};
+    int childFailures = 0;
+    int childTimeouts = 0;
+    int batch = 0;
+    {
+        // The threads take turns creating one file, then removing it, over and
+        // over: a lock a child kept would stall them all.
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                const fs::path file = Path("shared");
+                while (!stop) {
+                    parentFailures += VELKCFileSetKeyValue(file.c_str(), "k", "v", nullptr) != 1;
+                    fs::remove(file);
+                    ++progress[t];
+                }
+            });
+        }
+        for (; batch < kBatches && parentFailures == 0 && childFailures == 0; ++batch) {
+            int hold[2];
+            ASSERT_EQ(pipe2(hold, O_CLOEXEC), 0);
+            pid_t children[kBatchSize];
+            for (int i = 0; i < kBatchSize; ++i) {
+                children[i] = i % 2 == 0 ? fork() : VELKCProcForkEx(0);
+                if (children[i] == 0) {
+                    // Writes a file of its own, then lives until the batch is done.
+                    close(hold[1]);
+                    const std::string name = Path("child" + std::to_string(i)).string();
+                    const int result = VELKCFileSetKeyValue(name.c_str(), "k", "v", nullptr);
+                    const int status = result == 1 ? 0 : VELKCErrGet() == ERR_LOCK_TIMEOUT ? 2 : 1;
+                    char byte;
+                    (void)!read(hold[0], &byte, 1);
+                    _exit(status);
+                }
+                ASSERT_GT(children[i], 0);
+            }
+            // Every writer thread gets on while all the children live (a
+            // thread stalled by a child's lock fails once it times out).
+            long seen[kThreads];
+            for (int t = 0; t < kThreads; ++t) {
+                seen[t] = progress[t];
+            }
+            for (int t = 0; t < kThreads; ++t) {
+                while (progress[t] < seen[t] + 2 && parentFailures == 0) {
+                    std::this_thread::yield();
+                }
+            }
+            close(hold[1]);
+            close(hold[0]);
+            for (const pid_t child : children) {
+                const int status = WaitChild(child);
+                childFailures += !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+                childTimeouts += WIFEXITED(status) && WEXITSTATUS(status) == 2;
+            }
+        }
+        stop = true;
+    }
+    std::printf("%d forks: %d children failed (%d timed out), %d of the parent's writes failed\n", batch * kBatchSize,
+                childFailures, childTimeouts, parentFailures.load());
+    EXPECT_EQ(childFailures, 0);
+    EXPECT_EQ(parentFailures, 0);
+}
+
 TEST_F(Concurrency, WriterWaitsForALockReleasedSoon)
 {
     const std::function<int(const char *)> calls[] = {
@@ -185,7 +279,7 @@ TEST_F(Concurrency, WriterWaitsForALockReleasedSoon)
         [](const char *p) { return VELKCFileAppendKey(p, "k9", "y", nullptr); },
     };
     for (const auto &call : calls) {
-        velkc::UniqueFd holder = HoldLock();
+        std::unique_ptr<velkc::WriteLock> holder = HoldLock();
         const std::jthread release([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
             holder.reset();

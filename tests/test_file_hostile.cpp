@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <cstring>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
@@ -124,6 +125,76 @@ TEST_F(Hostile, RewriteGivesAHardLinkedNameItsOwnFile)
         EXPECT_EQ(fs::hard_link_count(Path("conf")), 1u);
         EXPECT_EQ(ListDir(dir_), (std::set<std::string>{"alias", "conf"}));
     }
+}
+
+// Which symbolic links a writer follows: as root, links of another user's
+// are followed only to that user's own files, and never in a sticky
+// world-writable directory whose owner did not make them.
+TEST_F(Hostile, WritersFollowOnlyLinksNoOtherUserCouldAim)
+{
+    if (!IsRoot()) {
+        GTEST_SKIP() << "needs root, to own files as another user";
+    }
+    constexpr uid_t kUser = 54321;
+    const auto own = [](const fs::path &path, uid_t uid) {
+        ASSERT_EQ(fchownat(AT_FDCWD, path.c_str(), uid, uid, AT_SYMLINK_NOFOLLOW), 0) << path;
+    };
+    const auto link = [&](const char *to, const fs::path &at, uid_t uid) {
+        fs::create_symlink(to, at);
+        own(at, uid);
+    };
+    const fs::path sticky = Path("sticky");
+    const fs::path home = Path("home");
+    const fs::path rootDir = Path("root");
+    fs::create_directory(sticky);
+    fs::permissions(sticky, fs::perms(01777));
+    fs::create_directory(home);
+    own(home, kUser);
+    fs::create_directory(rootDir);
+    WriteFile(rootDir / "secret", "secret\n");
+    for (const fs::path &file : {sticky / "mine", home / "real"}) {
+        WriteFile(file, kBase);
+        own(file, kUser);
+    }
+    link("mine", sticky / "link", kUser);           // the user's, in a sticky directory
+    link("real", home / "dotfile", kUser);          // the user's, to their own file
+    link("dotfile", home / "chain", kUser);         // the same, through another link
+    link("../root/secret", home / "secret", kUser); // the user's, to root's file
+    link("../root", home / "sub", kUser);           // the user's, to root's directory
+    link("home/real", Path("rootlink"), 0);         // root's, to the user's file
+    link("loop2", home / "loop1", kUser);
+    link("loop1", home / "loop2", kUser);
+    struct Case {
+        fs::path target;
+        unsigned code;   // 0: followed
+        fs::path edited; // what a followed link leads to
+    };
+    const Case cases[] = {
+        {sticky / "link", ERR_UNSAFE_LINK, {}},   {home / "dotfile", 0, home / "real"},
+        {home / "chain", 0, home / "real"},       {home / "secret", ERR_UNSAFE_LINK, {}},
+        {home / "sub/conf", ERR_UNSAFE_LINK, {}}, {Path("rootlink"), 0, home / "real"},
+        {home / "loop1", ERR_OPEN_FAILED, {}},
+    };
+    for (const Case &c : cases) {
+        for (const Writer &writer : AllWriters()) {
+            SCOPED_TRACE(c.target.string() + ", " + writer.name);
+            WriteFile(home / "real", kBase);
+            Args args;
+            ResetError();
+            const int result = writer.call(c.target.c_str(), args);
+            if (c.code != 0) {
+                EXPECT_EQ(result, -1);
+                EXPECT_EQ(VELKCErrGet(), c.code);
+            } else {
+                EXPECT_EQ(result, writer.result);
+                EXPECT_NE(ReadFile(c.edited), kBase);
+                EXPECT_TRUE(fs::is_symlink(c.target));
+            }
+        }
+    }
+    EXPECT_EQ(ReadFile(rootDir / "secret"), "secret\n");
+    EXPECT_EQ(ListDir(rootDir), std::set<std::string>{"secret"});
+    EXPECT_EQ(ReadFile(sticky / "mine"), kBase);
 }
 
 TEST_F(Hostile, LongestNameIsCreatedAndRewritten)

@@ -4,9 +4,12 @@
 #include "file_support.hpp"
 
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <sys/mount.h>
+#include <sys/xattr.h>
 
 using namespace test;
 
@@ -81,6 +84,68 @@ TEST_F(Writers, RewriteKeepsOwnerModeAndNeighbours)
             EXPECT_EQ(ReadFile(files / "conf.tmp"), "sibling\n");
             EXPECT_TRUE(fs::is_symlink(Path("links/conf")));
         }
+    }
+}
+
+// An access ACL as the kernel stores it: the owner rw-, user 12345 r--, the
+// group r--, the mask r-- and others nothing (mode 0640).
+std::string AccessAcl()
+{
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t perm;
+        std::uint32_t id;
+    };
+    constexpr std::uint32_t kVersion = 2;
+    constexpr std::uint32_t kNoId = ~0u;
+    const Entry entries[] = {{0x01, 6, kNoId}, {0x02, 4, 12345}, {0x04, 4, kNoId}, {0x10, 4, kNoId}, {0x20, 0, kNoId}};
+    std::string acl(reinterpret_cast<const char *>(&kVersion), sizeof kVersion);
+    return acl.append(reinterpret_cast<const char *>(entries), sizeof entries);
+}
+
+// The value of an extended attribute, or none.
+std::optional<std::string> Attribute(const fs::path &file, const char *name)
+{
+    char value[256];
+    const ssize_t size = getxattr(file.c_str(), name, value, sizeof value);
+    return size < 0 ? std::nullopt : std::optional<std::string>(std::string(value, static_cast<std::size_t>(size)));
+}
+
+// A rewrite keeps every extended attribute of the file it replaces, and
+// adds none: not even the ACL a directory's default would give a new file.
+TEST_F(Writers, RewriteKeepsExtendedAttributesAndAcls)
+{
+    const fs::path conf = Path("conf");
+    const std::string acl = AccessAcl();
+    WriteFile(conf, kBase);
+    if (setxattr(conf.c_str(), "user.velkc", "1", 1, 0) != 0 ||
+        setxattr(conf.c_str(), "system.posix_acl_access", acl.data(), acl.size(), 0) != 0) {
+        GTEST_SKIP() << "no user attributes or ACLs on this file system (" << std::strerror(errno) << ")";
+    }
+    for (const Writer &writer : AllWriters()) {
+        SCOPED_TRACE(writer.name);
+        WriteFile(conf, kBase);
+        ASSERT_EQ(setxattr(conf.c_str(), "user.velkc", "1", 1, 0), 0);
+        ASSERT_EQ(setxattr(conf.c_str(), "system.posix_acl_access", acl.data(), acl.size(), 0), 0);
+        Args args;
+        ASSERT_EQ(writer.call(conf.c_str(), args), writer.result);
+        EXPECT_NE(ReadFile(conf), kBase);
+        EXPECT_EQ(Attribute(conf, "user.velkc"), "1");
+        EXPECT_EQ(Attribute(conf, "system.posix_acl_access"), acl);
+        EXPECT_EQ(fs::status(conf).permissions(), fs::perms(0640));
+    }
+    // A default ACL on the directory, and a file without an ACL.
+    ASSERT_EQ(setxattr(dir_.c_str(), "system.posix_acl_default", acl.data(), acl.size(), 0), 0);
+    for (const Writer &writer : AllWriters()) {
+        SCOPED_TRACE(writer.name);
+        fs::remove(conf);
+        WriteFile(conf, kBase);
+        removexattr(conf.c_str(), "system.posix_acl_access");
+        fs::permissions(conf, fs::perms(0600));
+        Args args;
+        ASSERT_EQ(writer.call(conf.c_str(), args), writer.result);
+        EXPECT_EQ(Attribute(conf, "system.posix_acl_access"), std::nullopt);
+        EXPECT_EQ(fs::status(conf).permissions(), fs::perms(0600));
     }
 }
 

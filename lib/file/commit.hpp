@@ -1,14 +1,13 @@
-// How a writer's change reaches its target: a filled temporary file moved
-// into place, or text appended to the target in one write. Both sync what
-// they wrote before they report success, so that a change survives a power
-// loss once reported.
+// How a writer's change reaches its target: a filled temporary file, given
+// the target's owner, mode and extended attributes and synced, moved into
+// place, then the directory synced, so that a change survives a power loss
+// once reported, and a power loss before that leaves the old file whole.
 #pragma once
 
 #include "output.hpp"
 #include "status.hpp"
 #include "temp_file.hpp"
 
-#include <string_view>
 #include <sys/types.h>
 
 namespace velkc {
@@ -20,14 +19,12 @@ struct Ownership {
     mode_t mode;
 };
 
-// Flushes out into temp's file and syncs it, gives it owner unless that is
-// null, and moves it into place: renamed over the target, or, when
-// creating, linked in under the target's name. Then syncs the directory
-// dirFd. Write failures are reported as out reports them.
-Status CommitTemp(Output &out, TempFile &temp, const Ownership *owner, bool creating, int dirFd);
-
-// Writes text at offset end of fd in one call and syncs it; on any failure
-// the file is cut back to end. quotaError as for Output.
-Status AppendAt(int fd, off_t end, std::string_view text, bool quotaError);
+// Flushes out into temp's file; gives it owner unless that is null, and the
+// extended attributes of the file open on attributesOf unless that is
+// negative; syncs it and moves it into place: renamed over the target, or,
+// when creating, linked in under the target's name. Then syncs the
+// directory dirFd: ERR_NOT_DURABLE when that fails, the change being in
+// place. Write failures are reported as out reports them.
+Status CommitTemp(Output &out, TempFile &temp, const Ownership *owner, int attributesOf, bool creating, int dirFd);
 
 } // namespace velkc

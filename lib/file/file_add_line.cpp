@@ -24,22 +24,21 @@ velkc::Status CopyInserting(velkc::Rewrite &rw, long match, const char *szLine, 
     });
 }
 
-// Without a pattern and with MATCH_FLAG_AFTER the line is appended in place,
+// Without a pattern and with MATCH_FLAG_AFTER the line goes after the last,
 // after a "\n" when the file does not end in one.
-velkc::Status AppendInPlace(velkc::Rewrite &rw, const char *szLine)
+velkc::Status Append(velkc::Rewrite &rw, const char *szLine)
 {
-    bool unterminated = false;
-    if (velkc::Status status = rw.ProbeLastByte(unterminated)) {
+    if (velkc::Status status = rw.Begin()) {
         return status;
     }
-    velkc::Output text;
-    if (velkc::Status status = text.Write(unterminated ? "\n" : "")) {
-        return status;
+    velkc::Status status = rw.CopyAll();
+    if (status == velkc::kOk) {
+        status = rw.SeparateFromLastLine();
     }
-    if (velkc::Status status = text.Line(szLine)) {
-        return status;
+    if (status == velkc::kOk) {
+        status = rw.out().Line(szLine);
     }
-    return rw.Append(text.contents());
+    return rw.CommitAfter(status);
 }
 
 velkc::Status Insert(velkc::Rewrite &rw, const char *szPattern, const char *szLine, int flags, bool &matched)
@@ -76,7 +75,7 @@ extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const
     const bool append = szPattern == nullptr && (flags & MATCH_FLAG_AFTER);
     velkc::Rewrite rw(szFile);
     velkc::Rewrite::Target target;
-    if (velkc::Status status = rw.Open(target, append)) {
+    if (velkc::Status status = rw.Open(target)) {
         return VELKC_FAIL(status);
     }
     bool matched = true;
@@ -84,7 +83,7 @@ extern "C" int VELKCFileAddLine(const char *szFile, const char *szPattern, const
     if (target == velkc::Rewrite::Target::kMissing) {
         status = rw.CreateLine(szLine);
     } else if (append) {
-        status = AppendInPlace(rw, szLine);
+        status = Append(rw, szLine);
     } else {
         status = Insert(rw, szPattern, szLine, flags, matched);
     }

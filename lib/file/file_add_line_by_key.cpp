@@ -12,11 +12,14 @@ bool IsEmpty(const SzList *pPattern) { return pPattern == nullptr || pPattern->n
 velkc::Status AppendLine(const char *szFile, const char *szLine)
 {
     velkc::Rewrite rw(szFile);
-    velkc::Rewrite::Target target;
-    if (velkc::Status status = rw.Open(target, true)) {
+    if (velkc::Status status = rw.StartOrCreate()) {
         return status;
     }
-    return target == velkc::Rewrite::Target::kMissing ? rw.Create(szLine) : rw.Append(szLine);
+    velkc::Status status = rw.CopyAll();
+    if (status == velkc::kOk) {
+        status = rw.out().Write(szLine);
+    }
+    return rw.CommitAfter(status);
 }
 
 } // namespace

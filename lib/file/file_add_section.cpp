@@ -4,25 +4,9 @@
 #include "rewrite.hpp"
 #include "section_output.hpp"
 
-namespace {
-
-// Reads the whole file looking for the header of szSection. Sets
-// terminated when the last line read ends in "\n" (false for an empty file).
-velkc::Status FindSection(velkc::LineReader &reader, const char *szSection, bool &found, bool &terminated)
-{
-    found = false;
-    terminated = false;
-    while (!found && reader.next()) {
-        found = velkc::IsHeaderOf(reader.view(), szSection);
-        terminated = !reader.lastLineUnterminated();
-    }
-    return reader.error();
-}
-
-} // namespace
-
-// The section is appended in place, in one write; a missing file is created
-// holding it.
+// The section goes after the last line; a missing file is created holding
+// it. The file is rewritten like every other change, so that a power loss
+// never keeps part of the section.
 extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, const SzHash *pHash,
                                    const char *szFormat) noexcept
 {
@@ -33,32 +17,28 @@ extern "C" int VELKCFileAddSection(const char *szFile, const char *szSection, co
         return -1;
     }
     velkc::Rewrite rw(szFile);
-    velkc::Rewrite::Target target;
-    if (velkc::Status status = rw.Open(target, true)) {
+    if (velkc::Status status = rw.StartOrCreate()) {
         return VELKC_FAIL(status);
     }
     bool found = false;
-    bool terminated = false;
-    if (target == velkc::Rewrite::Target::kOpened) {
-        if (velkc::Status status = FindSection(rw.target(), szSection, found, terminated)) {
-            return VELKC_FAIL(status);
-        }
-        if (found) {
-            return 0;
-        }
+    bool terminated = false; // some line was read, and the last ends in "\n"
+    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &line) {
+        found = found || velkc::IsHeaderOf(line.view(), szSection);
+        terminated = line.view().ends_with('\n');
+        return found ? velkc::kOk : rw.out().Write(line.view());
+    });
+    if (status == velkc::kOk && found) {
+        return 0;
     }
     // Even an empty file gets the "\n": the section then follows a blank line.
-    velkc::Output section;
-    velkc::Status status = section.Write(terminated ? "" : "\n");
-    if (status == velkc::kOk) {
-        status = velkc::WriteSection(section, szSection, pHash, szFormat);
+    if (status == velkc::kOk && !terminated) {
+        status = rw.out().Write("\n");
     }
     if (status == velkc::kOk) {
-        status =
-            target == velkc::Rewrite::Target::kOpened ? rw.Append(section.contents()) : rw.Create(section.contents());
+        status = velkc::WriteSection(rw.out(), szSection, pHash, szFormat);
     }
-    if (status != velkc::kOk) {
-        return VELKC_FAIL(status);
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     return 1;
 }

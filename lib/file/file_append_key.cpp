@@ -14,20 +14,11 @@ bool IsDirectory(const char *path)
     return stat(path, &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-// Reads the whole file looking for a key line of szKey.
-velkc::Status FindKey(velkc::LineReader &reader, const char *szKey, bool &found)
-{
-    found = false;
-    while (!found && reader.next()) {
-        found = velkc::IsKeyLineOf(reader.view(), szKey);
-    }
-    return reader.error();
-}
-
 } // namespace
 
-// The pair is written at the end of the file in place, without looking at
-// the last line's newline.
+// The pair goes after the last line without a look at that line's newline.
+// The file is rewritten like every other change, so that a power loss never
+// keeps part of the pair.
 extern "C" int VELKCFileAppendKey(const char *szFile, const char *szKey, const char *szValue,
                                   const char *szFormat) noexcept
 {
@@ -41,26 +32,23 @@ extern "C" int VELKCFileAppendKey(const char *szFile, const char *szKey, const c
         return VELKC_FAIL(status);
     }
     velkc::Rewrite rw(szFile);
-    velkc::Rewrite::Target target;
-    if (velkc::Status status = rw.Open(target, true)) {
+    if (velkc::Status status = rw.StartOrCreate()) {
         return VELKC_FAIL(status);
-    }
-    if (target == velkc::Rewrite::Target::kMissing) {
-        if (velkc::Status status = rw.Create(pair.contents())) {
-            return VELKC_FAIL(status);
-        }
-        return 1;
     }
     bool found = false;
-    if (velkc::Status status = FindKey(rw.target(), szKey, found)) {
-        return VELKC_FAIL(status);
-    }
-    if (found) {
+    velkc::Status status = rw.CopyLinesContaining(szKey, [&](const velkc::LineReader &line) {
+        found = found || velkc::IsKeyLineOf(line.view(), szKey);
+        return found ? velkc::kOk : rw.out().Write(line.view());
+    });
+    if (status == velkc::kOk && found) {
         VELKC_SET_ERR(ERR_KEY_EXISTS);
         return 0;
     }
-    if (velkc::Status status = rw.Append(pair.contents())) {
-        return VELKC_FAIL(status);
+    if (status == velkc::kOk) {
+        status = rw.out().Write(pair.contents());
+    }
+    if (velkc::Status failed = rw.CommitAfter(status)) {
+        return VELKC_FAIL(failed);
     }
     return 1;
 }

@@ -16,11 +16,11 @@ constexpr mode_t kCreateMode = 0666;
 constexpr mode_t kRewriteMode = 0600;
 } // namespace
 
-Status Rewrite::Open(Target &target, bool writable)
+Status Rewrite::Open(Target &target)
 {
     WriteTarget::State state;
     UniqueFd fd;
-    if (Status status = where_.Open(path_, writable ? O_RDWR : O_RDONLY, state, fd)) {
+    if (Status status = where_.Open(path_, state, fd)) {
         return status;
     }
     if (state == WriteTarget::State::kMissing) {
@@ -53,9 +53,10 @@ Status Rewrite::StartOrCreate()
     return target == Target::kOpened ? Begin() : BeginCreate();
 }
 
-Status Rewrite::StartTemp(mode_t mode)
+Status Rewrite::StartTemp(mode_t mode, uid_t owner)
 {
-    if (Status status = temp_.Create(where_.dirFd(), where_.name(), mode)) {
+    const bool privateName = OthersMayMoveNames(where_.dirStat(), owner);
+    if (Status status = temp_.Create(where_.dirFd(), where_.name(), mode, privateName)) {
         return status;
     }
     out_.Attach(temp_.fd(), policy_.quotaError);
@@ -65,13 +66,13 @@ Status Rewrite::StartTemp(mode_t mode)
 Status Rewrite::Begin()
 {
     setOwner_ = true;
-    return StartTemp(kRewriteMode);
+    return StartTemp(kRewriteMode, stat_.st_uid);
 }
 
 Status Rewrite::BeginCreate()
 {
     creating_ = true;
-    return StartTemp(kCreateMode);
+    return StartTemp(kCreateMode, geteuid());
 }
 
 Status Rewrite::BeginCreate(uid_t uid, gid_t gid, mode_t mode)
@@ -81,21 +82,7 @@ Status Rewrite::BeginCreate(uid_t uid, gid_t gid, mode_t mode)
     stat_.st_uid = uid;
     stat_.st_gid = gid;
     stat_.st_mode = mode;
-    return StartTemp(kRewriteMode);
-}
-
-Status Rewrite::ProbeLastByte(bool &unterminated)
-{
-    unterminated = false;
-    if (stat_.st_size == 0) {
-        return kOk;
-    }
-    char last;
-    if (pread(reader_.fd(), &last, 1, stat_.st_size - 1) != 1) {
-        return ERR_READ_FAILED;
-    }
-    unterminated = last != '\n';
-    return kOk;
+    return StartTemp(kRewriteMode, uid);
 }
 
 Status Rewrite::FindLine(const char *pattern, int flags, long &index)
@@ -124,12 +111,9 @@ Status Rewrite::SeparateFromLastLine() { return reader_.lastLineUnterminated() ?
 Status Rewrite::Commit()
 {
     const Ownership owner{stat_.st_uid, stat_.st_gid, stat_.st_mode};
-    return CommitTemp(out_, temp_, setOwner_ ? &owner : nullptr, creating_, where_.dirFd());
-}
-
-Status Rewrite::Append(std::string_view text)
-{
-    return AppendAt(reader_.fd(), stat_.st_size, text, policy_.quotaError);
+    // A rewritten file keeps the extended attributes of the one it replaces.
+    const int attributesOf = creating_ ? -1 : reader_.fd();
+    return CommitTemp(out_, temp_, setOwner_ ? &owner : nullptr, attributesOf, creating_, where_.dirFd());
 }
 
 } // namespace velkc

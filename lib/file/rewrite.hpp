@@ -2,21 +2,21 @@
 //
 // A writer never edits its target where it lies: it streams the target line
 // by line into a temporary file beside it, deciding what becomes of each
-// line, then syncs the temporary file, gives it the target's owner, group
-// and permission bits, renames it over the target and syncs the directory.
-// Until the rename the target is untouched, and the rename replaces it
-// whole. Writers hold the target's lock from before they read it until the
-// rename, so that concurrent writers never lose each other's changes.
+// line, gives the temporary file the target's owner, group, permission bits
+// and extended attributes, syncs it, renames it over the target and syncs
+// the directory. Until the rename the target is untouched, and the rename
+// replaces it whole; a power loss at any moment leaves the old file or the
+// new one. Writers hold the target's lock from before they read it until
+// the rename, so that concurrent writers never lose each other's changes.
 //
 //   velkc::Rewrite rw(szFile);
 //   if (velkc::Status s = rw.Start()) return VELKC_FAIL(s);
 //   s = rw.CopyLines([&](const velkc::LineReader &line) { return rw.out().Write(line.view()); });
 //   if ((s = rw.CommitAfter(s))) return VELKC_FAIL(s);
 //
-// The few writers that append in place build the addition in memory and
-// hand it to Append, which writes it in one call and cuts the file back on
-// failure. A target that does not exist is created through a temporary
-// file too, so that a failure never leaves a partial file.
+// Writers that add at the end copy every line and then write the addition.
+// A target that does not exist is created through a temporary file too, so
+// that a failure never leaves a partial file.
 #pragma once
 
 #include "line_reader.hpp"
@@ -45,9 +45,9 @@ public:
     Rewrite(const Rewrite &) = delete;
     Rewrite &operator=(const Rewrite &) = delete;
 
-    // Opens and locks the target (see WriteTarget::Open); writable for the
-    // writers that append in place. kMissing: the target does not exist.
-    Status Open(Target &target, bool writable = false);
+    // Opens and locks the target (see WriteTarget::Open). kMissing: the
+    // target does not exist.
+    Status Open(Target &target);
 
     // Opens the target, which must exist (ERR_OPEN_FAILED), then Begin: the
     // start of every writer that never creates the file.
@@ -64,10 +64,6 @@ public:
     Status BeginCreate();
     // The same with the given owner and permission bits.
     Status BeginCreate(uid_t uid, gid_t gid, mode_t mode);
-
-    // Tells whether the target is non-empty and lacks a final "\n", without
-    // reading its lines (ERR_READ_FAILED).
-    Status ProbeLastByte(bool &unterminated);
 
     // First pass: the index of the first line that VELKCILineMatch accepts,
     // or of the last with MATCH_FLAG_LAST; -1 when none does. Rewinds after.
@@ -97,6 +93,14 @@ public:
         return CopySkipping([&](auto &copy) { return reader_.skipLinesUnless(mayMatch, copy); }, decide);
     }
 
+    // Copies every line as it is: the start of the writers that add at the
+    // end.
+    Status CopyAll()
+    {
+        return CopyLinesUnless([](std::string_view) { return false; },
+                               [this](const LineReader &line) { return out_.Write(line.view()); });
+    }
+
     // Copies every line but the one at index, which replace is handed to
     // write what it becomes.
     template <typename Replace>
@@ -122,9 +126,6 @@ public:
     // failure on.
     Status CommitAfter(Status before) { return before != kOk ? before : Commit(); }
 
-    // Appends text to the opened (writable) target (see AppendAt).
-    Status Append(std::string_view text);
-
     // Creates the missing target holding text (see BeginCreate).
     Status Create(std::string_view text)
     {
@@ -137,7 +138,8 @@ public:
     }
 
 private:
-    Status StartTemp(mode_t mode);
+    // The temporary file, to become a file of owner's.
+    Status StartTemp(mode_t mode, uid_t owner);
 
     // Copies what skip passes over, hands the other lines to decide.
     template <typename Skip, typename Decide>

@@ -1,12 +1,13 @@
 // Opening configuration files safely: only regular files, never blocking,
-// and, for writers, through symbolic links to the real file, under an
-// exclusive lock that serialises writers across threads and processes.
+// and, for writers, through a path no other user can steer (path_walk.hpp),
+// under the writers' lock (write_lock.hpp).
 #pragma once
 
 #include "internal.hpp"
+#include "path_walk.hpp"
 #include "status.hpp"
+#include "write_lock.hpp"
 
-#include <climits>
 #include <sys/stat.h>
 
 namespace velkc {
@@ -20,9 +21,7 @@ enum class Links { kFollow, kNoFollow };
 Status OpenRegular(int dirfd, const char *name, int flags, Links links, UniqueFd &fd, struct stat &st);
 
 // The file a writer changes: its directory, open and used for every step,
-// and its name there. Editing through a symbolic link edits the file it
-// points to, in that file's directory; a dangling link is refused rather
-// than followed to create a file.
+// and its name there.
 class WriteTarget {
 public:
     enum class State { kOpened, kMissing };
@@ -31,24 +30,19 @@ public:
     WriteTarget(const WriteTarget &) = delete;
     WriteTarget &operator=(const WriteTarget &) = delete;
 
-    // Opens the target with access (O_RDONLY or O_RDWR) and takes its
-    // exclusive lock, waiting at most VELKC_FILE_LOCK_TIMEOUT_MS
-    // (ERR_LOCK_TIMEOUT). The lock is checked against the path once held,
-    // since a writer that held it before may have renamed a new file over
-    // the one that was opened. kMissing when the target does not exist: the
-    // directory is then locked instead, so that creators do not race.
-    // Locks last until the descriptors are closed.
-    Status Open(const char *path, int access, State &state, UniqueFd &fd);
+    // Resolves path (ERR_OPEN_FAILED, ERR_UNSAFE_LINK), takes the writers'
+    // lock of the target, waiting at most VELKC_FILE_LOCK_TIMEOUT_MS
+    // (ERR_LOCK_TIMEOUT), and opens the target for reading; kMissing when it
+    // does not exist. The lock lasts as long as the object.
+    Status Open(const char *path, State &state, UniqueFd &fd);
 
-    int dirFd() const noexcept { return dir_.get(); }
-    const char *name() const noexcept { return name_; }
+    int dirFd() const noexcept { return resolved_.dir.get(); }
+    const struct stat &dirStat() const noexcept { return resolved_.dirStat; }
+    const char *name() const noexcept { return resolved_.name; }
 
 private:
-    Status Resolve(const char *path);
-
-    char path_[PATH_MAX] = {};
-    const char *name_ = nullptr;
-    UniqueFd dir_;
+    ResolvedTarget resolved_;
+    WriteLock lock_;
 };
 
 } // namespace velkc
