@@ -22,18 +22,34 @@
  * and may move it (see VELKCSzListPush(), VELKCSzHashSetValue()); what was
  * added before a failure stays.
  *
- * Writers change a file all or nothing. Most rewrite it: the lines are
- * copied, changed as asked, into a temporary file beside the target, which
- * is synced, given the target's owner, group and permission bits, renamed
- * over it, and the directory synced. A few append in place in one write and
- * cut the file back on failure. A missing file, where a writer creates one,
- * is created the same way. Writers of one file take turns (see
- * VELKC_FILE_LOCK_TIMEOUT_MS). Editing through a symbolic link edits the
- * file it points to; a dangling link is refused. The rewrite errors, common
- * to every writer: the read errors, ERR_OPEN_FAILED (also: the temporary
- * file could not be created), ERR_LOCK_TIMEOUT, ERR_STAT_FAILED,
- * ERR_WRITE_FAILED (a write, flush, sync, or the owner or mode could not be
- * set), ERR_RENAME_FAILED. After any failure the file is as it was.
+ * Writers change a file all or nothing, also across a power loss. Every one
+ * rewrites: the lines are copied, changed as asked, into a temporary file
+ * beside the target, which is given the target's owner, group, permission
+ * bits and extended attributes (ACLs, user.* attributes, security labels),
+ * synced, renamed over it, and the directory synced. Writers that add at the
+ * end copy the file first, so no write ever lands in the target itself. A
+ * missing file, where a writer creates one, is created the same way. Writers
+ * of one file take turns (see VELKC_FILE_LOCK_TIMEOUT_MS).
+ *
+ * Writers resolve the path one component at a time and follow a symbolic
+ * link, as the last component or on the way, only when no other user could
+ * have aimed it: never a link in a sticky world-writable directory made by
+ * neither the caller nor the directory's owner; otherwise a link of the
+ * caller's or root's; otherwise only a link that leads to a file (or
+ * directory) of its own owner's. So editing root's link from /etc into /run,
+ * or a user's dotfile linked into their own folder, edits the file it points
+ * to and leaves the link a link, while a link planted by another user is
+ * refused with ERR_UNSAFE_LINK (and logged). A dangling link is refused with
+ * ERR_OPEN_FAILED, never followed to create a file.
+ *
+ * The rewrite errors, common to every writer: the read errors,
+ * ERR_OPEN_FAILED (also: the temporary file could not be created),
+ * ERR_UNSAFE_LINK, ERR_LOCK_TIMEOUT, ERR_STAT_FAILED, ERR_WRITE_FAILED (a
+ * write, flush or sync failed, or the owner, mode or an extended attribute
+ * could not be set), ERR_RENAME_FAILED. After any of them the file is as it
+ * was. ERR_NOT_DURABLE alone means the opposite: the change is in place and
+ * visible, but the directory could not be synced (or the commit not cleaned
+ * up), so its durability is not confirmed; do not repeat it.
  *
  * Writers refuse (ERR_BAD_PARAMETERS) a key or value that would change the
  * file's structure: a line break ("\n" or "\r") in either, and in a key an
@@ -63,12 +79,19 @@
 #define VELKC_FILE_MAX_LINE (1024 * 1024)
 
 /**
- * Writers of one file take turns: each holds an exclusive lock on the file
- * (flock) from before it reads it until its change is in place, and waits at
- * most this long for it before failing with ERR_LOCK_TIMEOUT. Readers take
- * no lock: every change replaces the file whole, or appends to it in one
- * write. A rewrite replaces the file by a new one, so a second hard link to
- * the old file keeps the old content.
+ * Writers of one file take turns: each holds an exclusive lock from before
+ * it reads the file until its change is in place, and waits at most this
+ * long for it before failing with ERR_LOCK_TIMEOUT. The lock is a lock file
+ * of the writer's user, named after the file's directory and name, in a
+ * directory only that user can open ("/run/velkc" for root,
+ * "/run/user/UID/velkc" or else "/tmp/velkc-UID" for other users), so
+ * that no other user can hold it against the writer; it is removed when the
+ * writer is done. (Where no such directory can be had, the file itself is
+ * locked with flock.) Writers of different users do not take turns. A lock
+ * never outlives the call that took it: a child forked meanwhile, by any
+ * thread, closes its copy at once. Readers take no lock: every change
+ * replaces the file whole. A rewrite replaces the file by a new one, so a
+ * second hard link to the old file keeps the old content.
  */
 #define VELKC_FILE_LOCK_TIMEOUT_MS 5000
 
@@ -283,8 +306,8 @@ VELKC_API int VELKCFileSetKeyValue(const char *szFile, const char *szKey, const 
                                    const char *szFormat) VELKC_NOEXCEPT;
 
 /**
- * Appends a formatted pair in place, unless the key has a key line already.
- * No "\n" is written before the pair, whatever the last line ends in. A
+ * Appends a formatted pair, unless the key has a key line already. No "\n"
+ * is written before the pair, whatever the last line ends in. A
  * missing file is created holding the pair.
  * @param szFile    The file.
  * @param szKey     The key.
@@ -313,8 +336,8 @@ VELKC_API int VELKCFileRemoveKey(const char *szFile, const char *szKey) VELKC_NO
  * - with a pattern, before the first line that VELKCILineMatch() accepts (the
  *   last with MATCH_FLAG_LAST), or after it with MATCH_FLAG_AFTER (after a
  *   "\n" when that line lacks one);
- * - without one and with MATCH_FLAG_AFTER, at the end, in place (after a
- *   "\n" when the file is not empty and lacks a final one);
+ * - without one and with MATCH_FLAG_AFTER, at the end (after a "\n" when
+ *   the file is not empty and lacks a final one);
  * - without either, as the first line.
  *
  * A missing file is created holding the line.
@@ -334,7 +357,7 @@ VELKC_API int VELKCFileAddLine(const char *szFile, const char *szPattern, const 
  * after it with MATCH_FLAG_AFTER (after a last line without "\n", on that
  * same line). A "\n" follows @p szLine unless it ends in one. An empty
  * pattern matches the first line; with MATCH_FLAG_AFTER it instead appends
- * @p szLine in place exactly as it stands, creating a missing file.
+ * @p szLine exactly as it stands, creating a missing file.
  * @param szFile    The file, which must exist unless the line is appended.
  * @param pPattern  The token pattern, or NULL.
  * @param szLine    The line; NULL does nothing and returns 1.
@@ -442,7 +465,7 @@ VELKC_API int VELKCFileHash2File(FILE *stream, const char *szSection, const SzHa
                                  const char *szFormat) VELKC_NOEXCEPT;
 
 /**
- * Appends a section in place, unless one of that name exists: a "\n" unless
+ * Appends a section, unless one of that name exists: a "\n" unless
  * the last line ends in one (so an empty or missing file starts with a
  * blank line), then the section as VELKCFileHash2File() writes it. A missing
  * file is created holding it.
