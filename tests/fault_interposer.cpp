@@ -33,11 +33,14 @@ struct Armed {
 };
 
 constinit thread_local Armed armed{Kind::kOff, 0, 0, nullptr, nullptr};
+constinit thread_local Observer *observer = nullptr;
+// The observer is being called: its own calls pass straight on.
+constinit thread_local bool observing = false;
 
 // Counts a call of kind; true when it is the one to fail.
 bool Hit(Kind kind, const char *name) noexcept
 {
-    if (armed.kind != kind) {
+    if (armed.kind != kind || observing) {
         return false;
     }
     Record &record = *armed.record;
@@ -115,6 +118,22 @@ ssize_t Write(Next<Fn> &next, int fd, const void *buf, size_t size, Rest... rest
     return Io(next, fd, buf, size, rest...);
 }
 
+// Passes on the result of a call, reporting it to the thread's observer
+// first; errno is kept for the caller.
+template <typename Result>
+Result Report(Result result, Call call) noexcept
+{
+    if (observer != nullptr && !observing) {
+        const int error = errno;
+        call.result = static_cast<long long>(result);
+        observing = true;
+        observer->Saw(call);
+        observing = false;
+        errno = error;
+    }
+    return result;
+}
+
 bool refuseUnnamed = false;
 
 void *NoMemory() noexcept
@@ -138,6 +157,8 @@ void Disarm() noexcept { armed.kind = Kind::kOff; }
 
 void RefuseUnnamedFiles(bool refuse) noexcept { refuseUnnamed = refuse; }
 
+void Observe(Observer *watcher) noexcept { observer = watcher; }
+
 } // namespace fault
 
 // Each definition keeps the libc function it hides in a static Next. Its
@@ -147,6 +168,7 @@ void RefuseUnnamedFiles(bool refuse) noexcept { refuseUnnamed = refuse; }
     static fault::Next<decltype(&fn)> next { #fn }
 
 using fault::Io;
+using fault::Report;
 using fault::Write;
 
 // Exported, so that they take precedence for the library too.
@@ -175,7 +197,8 @@ int open(const char *path, int flags, ...)
     va_start(args, flags);
     const mode_t mode = fault::ModeArg(flags, args);
     va_end(args);
-    return Io(next, path, flags, mode);
+    return Report(Io(next, path, flags, mode),
+                  {.name = "open", .fd = AT_FDCWD, .path = path, .flags = flags, .mode = mode});
 }
 
 int openat(int dirfd, const char *path, int flags, ...)
@@ -189,7 +212,8 @@ int openat(int dirfd, const char *path, int flags, ...)
     va_start(args, flags);
     const mode_t mode = fault::ModeArg(flags, args);
     va_end(args);
-    return Io(next, dirfd, path, flags, mode);
+    return Report(Io(next, dirfd, path, flags, mode),
+                  {.name = "openat", .fd = dirfd, .path = path, .flags = flags, .mode = mode});
 }
 
 // One function each with the above, as in glibc on 64-bit targets.
@@ -216,19 +240,21 @@ ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
 ssize_t write(int fd, const void *buf, size_t size)
 {
     NEXT(write);
-    return Write(next, fd, buf, size);
+    return Report(Write(next, fd, buf, size), {.name = "write", .fd = fd, .data = buf, .size = size});
 }
 
 ssize_t pwrite(int fd, const void *buf, size_t size, off_t offset)
 {
     NEXT(pwrite);
-    return Write(next, fd, buf, size, offset);
+    return Report(Write(next, fd, buf, size, offset),
+                  {.name = "pwrite", .fd = fd, .data = buf, .size = size, .offset = offset});
 }
 
 ssize_t pwrite64(int fd, const void *buf, size_t size, off64_t offset)
 {
     NEXT(pwrite64);
-    return Write(next, fd, buf, size, offset);
+    return Report(Write(next, fd, buf, size, offset),
+                  {.name = "pwrite64", .fd = fd, .data = buf, .size = size, .offset = offset});
 }
 
 off_t lseek(int fd, off_t offset, int whence) noexcept
@@ -272,12 +298,12 @@ int lstat(const char *path, struct stat *st) noexcept
 int fsync(int fd)
 {
     NEXT(fsync);
-    return Io(next, fd);
+    return Report(Io(next, fd), {.name = "fsync", .fd = fd});
 }
 int fdatasync(int fd)
 {
     NEXT(fdatasync);
-    return Io(next, fd);
+    return Report(Io(next, fd), {.name = "fdatasync", .fd = fd});
 }
 
 int close(int fd)
@@ -298,47 +324,75 @@ int flock(int fd, int operation) noexcept
 int ftruncate(int fd, off_t length) noexcept
 {
     NEXT(ftruncate);
-    return Io(next, fd, length);
+    return Report(Io(next, fd, length), {.name = "ftruncate", .fd = fd, .offset = length});
 }
+
+int ftruncate64(int fd, off64_t length) noexcept __attribute__((alias("ftruncate")));
+
 int fchown(int fd, uid_t uid, gid_t gid) noexcept
 {
     NEXT(fchown);
-    return Io(next, fd, uid, gid);
+    const auto id = [](unsigned id) { return id == static_cast<unsigned>(-1) ? -1LL : id; };
+    return Report(Io(next, fd, uid, gid), {.name = "fchown", .fd = fd, .uid = id(uid), .gid = id(gid)});
 }
 int fchmod(int fd, mode_t mode) noexcept
 {
     NEXT(fchmod);
-    return Io(next, fd, mode);
+    return Report(Io(next, fd, mode), {.name = "fchmod", .fd = fd, .mode = mode});
+}
+
+int fsetxattr(int fd, const char *name, const void *value, size_t size, int flags) noexcept
+{
+    NEXT(fsetxattr);
+    return Report(Io(next, fd, name, value, size, flags),
+                  {.name = "fsetxattr", .fd = fd, .flags = flags, .data = value, .size = size, .attr = name});
+}
+
+int fremovexattr(int fd, const char *name) noexcept
+{
+    NEXT(fremovexattr);
+    return Report(Io(next, fd, name), {.name = "fremovexattr", .fd = fd, .attr = name});
 }
 
 int link(const char *oldpath, const char *newpath) noexcept
 {
     NEXT(link);
-    return fault::Committed(Io(next, oldpath, newpath), newpath);
+    return Report(fault::Committed(Io(next, oldpath, newpath), newpath),
+                  {.name = "link", .fd = AT_FDCWD, .path = oldpath, .fd2 = AT_FDCWD, .path2 = newpath});
 }
 
 int linkat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, int flags) noexcept
 {
     NEXT(linkat);
-    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath);
+    return Report(
+        fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
+        {.name = "linkat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath, .flags = flags});
 }
 
 int rename(const char *oldpath, const char *newpath) noexcept
 {
     NEXT(rename);
-    return fault::Committed(Io(next, oldpath, newpath), newpath);
+    return Report(fault::Committed(Io(next, oldpath, newpath), newpath),
+                  {.name = "rename", .fd = AT_FDCWD, .path = oldpath, .fd2 = AT_FDCWD, .path2 = newpath});
 }
 
 int renameat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath) noexcept
 {
     NEXT(renameat);
-    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath), newpath);
+    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath), newpath),
+                  {.name = "renameat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
 }
 
 int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, unsigned int flags) noexcept
 {
     NEXT(renameat2);
-    return fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath);
+    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
+                  {.name = "renameat2",
+                   .fd = olddirfd,
+                   .path = oldpath,
+                   .fd2 = newdirfd,
+                   .path2 = newpath,
+                   .flags = static_cast<int>(flags)});
 }
 
 int mkdir(const char *path, mode_t mode) noexcept
@@ -382,12 +436,30 @@ int fremovexattr(int fd, const char *name) noexcept
 int unlink(const char *path) noexcept
 {
     NEXT(unlink);
-    return Io(next, path);
+    return Report(Io(next, path), {.name = "unlink", .fd = AT_FDCWD, .path = path});
 }
 int unlinkat(int dirfd, const char *path, int flags) noexcept
 {
     NEXT(unlinkat);
-    return Io(next, dirfd, path, flags);
+    return Report(Io(next, dirfd, path, flags), {.name = "unlinkat", .fd = dirfd, .path = path, .flags = flags});
+}
+
+int rmdir(const char *path) noexcept
+{
+    NEXT(rmdir);
+    return Report(Io(next, path), {.name = "rmdir", .fd = AT_FDCWD, .path = path, .flags = AT_REMOVEDIR});
+}
+
+int mkdir(const char *path, mode_t mode) noexcept
+{
+    NEXT(mkdir);
+    return Report(Io(next, path, mode), {.name = "mkdir", .fd = AT_FDCWD, .path = path, .mode = mode});
+}
+
+int mkdirat(int dirfd, const char *path, mode_t mode) noexcept
+{
+    NEXT(mkdirat);
+    return Report(Io(next, dirfd, path, mode), {.name = "mkdirat", .fd = dirfd, .path = path, .mode = mode});
 }
 
 } // extern "C"

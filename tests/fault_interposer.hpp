@@ -1,9 +1,13 @@
-// Fault injection for the tests. The test executable defines malloc, calloc,
-// realloc and the file system calls the library makes, so that the library's
-// calls reach these definitions before libc's. Disarmed, they only forward to
-// libc. Armed, they count the calls of one kind that the arming thread makes
-// and make the k-th fail.
+// Fault injection and call recording for the tests. The test executable
+// defines malloc, calloc, realloc and the file system calls the library
+// makes, so that the library's calls reach these definitions before libc's.
+// Disarmed, they only forward to libc. Armed, they count the calls of one
+// kind that the arming thread makes and make the k-th fail. Observed, they
+// report the thread's calls that change the file system, or sync or open a
+// file, to an observer once they returned.
 #pragma once
+
+#include <cstddef>
 
 namespace fault {
 
@@ -32,5 +36,37 @@ void Disarm() noexcept;
 // While on, opening an unnamed file (O_TMPFILE) fails with EOPNOTSUPP, as on
 // a file system without them; such opens are not counted.
 void RefuseUnnamedFiles(bool refuse) noexcept;
+
+// A call as it was passed on, with what it returned. Paths are relative to
+// their directory descriptor (AT_FDCWD for the calls that take none).
+struct Call {
+    const char *name; // the function, e.g. "renameat" (a static name)
+    int fd = -1;      // the descriptor acted on, or the directory of path
+    const char *path = nullptr;
+    int fd2 = -1; // link and rename: the directory of path2
+    const char *path2 = nullptr;
+    int flags = 0;      // open, link, rename, unlink, xattr flags
+    unsigned mode = 0;  // open, mkdir, fchmod
+    long long uid = -1; // fchown (-1: unchanged)
+    long long gid = -1;
+    const void *data = nullptr; // write, pwrite, fsetxattr: the bytes handed in
+    std::size_t size = 0;
+    long long offset = -1;      // pwrite: the offset; ftruncate: the length
+    const char *attr = nullptr; // fsetxattr, fremovexattr: the attribute's name
+    long long result = 0;       // open: the new descriptor; write: the count
+};
+
+class Observer {
+public:
+    virtual void Saw(const Call &call) noexcept = 0;
+
+protected:
+    ~Observer() = default;
+};
+
+// Reports the calling thread's calls to observer from now on; nullptr stops
+// the reports. The file system and allocation calls the observer makes
+// while it is called are neither reported nor counted for a fault.
+void Observe(Observer *observer) noexcept;
 
 } // namespace fault
