@@ -395,17 +395,6 @@ int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpa
                    .flags = static_cast<int>(flags)});
 }
 
-int mkdir(const char *path, mode_t mode) noexcept
-{
-    NEXT(mkdir);
-    return Io(next, path, mode);
-}
-int mkdirat(int dirfd, const char *path, mode_t mode) noexcept
-{
-    NEXT(mkdirat);
-    return Io(next, dirfd, path, mode);
-}
-
 ssize_t readlinkat(int dirfd, const char *path, char *buf, size_t size) noexcept
 {
     NEXT(readlinkat);
@@ -421,16 +410,6 @@ ssize_t fgetxattr(int fd, const char *name, void *value, size_t size) noexcept
 {
     NEXT(fgetxattr);
     return Io(next, fd, name, value, size);
-}
-int fsetxattr(int fd, const char *name, const void *value, size_t size, int flags) noexcept
-{
-    NEXT(fsetxattr);
-    return Io(next, fd, name, value, size, flags);
-}
-int fremovexattr(int fd, const char *name) noexcept
-{
-    NEXT(fremovexattr);
-    return Io(next, fd, name);
 }
 
 int unlink(const char *path) noexcept
