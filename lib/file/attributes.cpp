@@ -114,9 +114,8 @@ Status CopyAttributes(int from, int to)
         return status;
     }
     if (Status status = ForEachName(present, presentSize, [&](const char *name) {
-            return Listed(names, namesSize, name) || fremovexattr(to, name) == 0 || errno == ENODATA
-                       ? kOk
-                       : ERR_WRITE_FAILED;
+            return Listed(names, namesSize, name) || fremovexattr(to, name) == 0 || errno == ENODATA ? kOk
+                                                                                                     : ERR_WRITE_FAILED;
         })) {
         return status;
     }

@@ -26,10 +26,10 @@ namespace velkc {
 
 // Where a writer's target lies once its links are resolved.
 struct ResolvedTarget {
-    UniqueFd dir;                  // the target's directory, open for reading
-    struct stat dirStat = {};      // its status
-    char name[NAME_MAX + 1] = {};  // the target's name in it
-    bool exists = false;           // something of that name is there
+    UniqueFd dir;                 // the target's directory, open for reading
+    struct stat dirStat = {};     // its status
+    char name[NAME_MAX + 1] = {}; // the target's name in it
+    bool exists = false;          // something of that name is there
 };
 
 // Resolves path for a writer. ERR_OPEN_FAILED when a directory on the way

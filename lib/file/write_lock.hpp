@@ -78,7 +78,7 @@ private:
     Status AcquireTarget(int dir, const char *name, long long deadline);
 
     ForkPrivateFd fd_;
-    UniqueFd lockDir_;  // the private lock directory, when there is one
+    UniqueFd lockDir_; // the private lock directory, when there is one
     char lockName_[64] = {};
 };
 
