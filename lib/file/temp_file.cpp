@@ -128,7 +128,8 @@ bool TempFile::RemovePrivateDir() noexcept
         return true;
     }
     privateDir_.reset();
-    const bool removed = unlinkat(dirfd_, privateDirName_, AT_REMOVEDIR) == 0;
+    // Gone already: the directory's owner moved it, as they may.
+    const bool removed = unlinkat(dirfd_, privateDirName_, AT_REMOVEDIR) == 0 || errno == ENOENT;
     privateDirName_[0] = '\0';
     return removed;
 }
