@@ -31,6 +31,7 @@ constexpr std::array kCodeTexts{
     CodeText{ERR_OPERATION_FAILED, "operation failed"},
     CodeText{ERR_UNSAFE_LINK, "refused to follow a link another user controls"},
     CodeText{ERR_NOT_DURABLE, "change made but not confirmed on disk"},
+    CodeText{ERR_FILE_TOO_LARGE, "file too large to edit in memory"},
     CodeText{ERR_FORMAT_ERROR, "bad file format"},
     CodeText{ERR_UNICODE_FAILED, "unicode conversion failed"},
     CodeText{ERR_FORK_FAILED, "cannot fork"},

@@ -5,6 +5,8 @@
 
 #include <velkc/unicode.h>
 
+#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -99,6 +101,16 @@ std::optional<std::string_view> LineKey(std::string_view line) noexcept
         ++end;
     }
     return TrimKey(line.substr(start, end - start));
+}
+
+bool IsHeaderOf(std::string_view line, std::string_view name) noexcept
+{
+    const std::size_t close = name.size() + 1;
+    if (line.size() <= close || line[0] != '[' || line.substr(1, name.size()) != name || line[close] != ']') {
+        return false;
+    }
+    return std::all_of(line.begin() + static_cast<long>(close) + 1, line.end(),
+                       [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; });
 }
 
 Status MatchLine(const char *line, const char *pattern, int flags, bool &matched)

@@ -14,12 +14,18 @@ namespace velkc {
 // blanks make an ordinary line. Comments never match keys or patterns.
 constexpr bool IsCommentLine(const char *line) noexcept { return line[0] == '#' || line[0] == ';'; }
 
-// The header line "[szSection]" of the named section, white space after it
+// The header line "[name]" of the named section, white space after it
 // allowed.
-inline bool IsHeaderOf(std::string_view line, const char *szSection) noexcept
+bool IsHeaderOf(std::string_view line, std::string_view name) noexcept;
+
+// True when line starts a section, header or not: the section readers end a
+// section at any line that starts with "[".
+constexpr bool StartsSection(std::string_view line) noexcept { return line.starts_with('['); }
+
+// A line of nothing but blanks.
+constexpr bool IsBlankLine(std::string_view line) noexcept
 {
-    const int len = static_cast<int>(line.size());
-    return VELKCIFileIsSection(line.data(), len) && VELKCIFileMatchSection(line.data(), len, szSection) == 1;
+    return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
 // A line as the C string functions see it: up to its first NUL.

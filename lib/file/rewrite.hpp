@@ -69,6 +69,23 @@ public:
     // or of the last with MATCH_FLAG_LAST; -1 when none does. Rewinds after.
     Status FindLine(const char *pattern, int flags, long &index);
 
+    // A first pass: hands every line of the target (none when it is
+    // missing) to each, then starts again from the first line.
+    template <typename Each>
+    Status ReadAhead(Each &&each)
+    {
+        if (reader_.fd() < 0) {
+            return kOk;
+        }
+        while (reader_.next()) {
+            each(reader_.view());
+        }
+        if (Status status = reader_.error()) {
+            return status;
+        }
+        return reader_.rewind();
+    }
+
     // Hands every line of the target to decide, which writes what the line
     // becomes through out(). Stops at the first failure.
     template <typename Decide>

@@ -74,6 +74,7 @@ enum class errc : unsigned int {
     operation_failed = ERR_OPERATION_FAILED,
     unsafe_link = ERR_UNSAFE_LINK,
     not_durable = ERR_NOT_DURABLE,
+    file_too_large = ERR_FILE_TOO_LARGE,
     format_error = ERR_FORMAT_ERROR,
     unicode_failed = ERR_UNICODE_FAILED,
     fork_failed = ERR_FORK_FAILED,
@@ -1151,6 +1152,305 @@ inline Result<bool> add_section(std::string_view path, std::string_view section,
 {
     return detail::modify_section(path, section, {}, nullptr, 0, {});
 }
+
+/**
+ * @brief A section of a file as the section editors address it: its name,
+ *        or std::nullopt for the lines before the first section.
+ */
+using Section = std::optional<std::string_view>;
+
+namespace detail {
+
+// A section's name as a C string, null for no section.
+class SectionName {
+public:
+    explicit SectionName(const Section &section) noexcept
+    {
+        if (section) {
+            name_.emplace(*section);
+        }
+    }
+    const char *c_str() const noexcept { return name_ ? name_->c_str() : nullptr; }
+    std::error_code error() const noexcept { return name_ ? name_->error() : std::error_code(); }
+
+private:
+    std::optional<CString> name_;
+};
+
+} // namespace detail
+
+/**
+ * @brief Sets one key of one section, changing nothing else in the file
+ *        (see VELKCFileSetSectionKeyValue()); creates a missing file.
+ * @param path the file to change.
+ * @param section the section, std::nullopt for the lines before the first.
+ * @param key the key to set.
+ * @param value its new value.
+ * @return an empty code, or the library's error.
+ */
+[[nodiscard]] inline std::error_code set_section_value(std::string_view path, const Section &section,
+                                                       std::string_view key, std::string_view value) noexcept
+{
+    const detail::CString p(path), k(key), v(value);
+    const detail::SectionName s(section);
+    if (std::error_code error = detail::first_error(p, s, k, v)) {
+        return error;
+    }
+    detail::clear_record();
+    return detail::checked(VELKCFileSetSectionKeyValue(p.c_str(), s.c_str(), k.c_str(), v.c_str()));
+}
+
+/**
+ * @brief Removes one key of one section, changing nothing else in the file.
+ * @param path the file to change.
+ * @param section the section, std::nullopt for the lines before the first.
+ * @param key the key to remove.
+ * @return the number of the key's lines removed; errc::key_not_found or
+ *         errc::section_not_found when there were none (the file is then
+ *         left as it was); or the library's error.
+ */
+inline Result<int> remove_section_key(std::string_view path, const Section &section, std::string_view key) noexcept
+{
+    const detail::CString p(path), k(key);
+    const detail::SectionName s(section);
+    if (std::error_code error = detail::first_error(p, s, k)) {
+        return error;
+    }
+    detail::clear_record();
+    const int removed = VELKCFileRemoveSectionKey(p.c_str(), s.c_str(), k.c_str());
+    if (removed <= 0) {
+        return detail::recorded_failure();
+    }
+    return removed;
+}
+
+/**
+ * @brief A transaction on one file: the writers' lock and the file's
+ *        content, held from open() until commit() writes the changes in one
+ *        commit; a transaction that is not committed is abandoned, nothing
+ *        written, when it goes out of scope.
+ *
+ * Move-only. Other writers of the file wait meanwhile: keep it short.
+ *
+ *     velkc::Result<velkc::file::Edit> edit = velkc::file::Edit::open("/etc/app.conf");
+ *     if (!edit) return edit.error();
+ *     velkc::Result<std::string> next = edit->get("ids", "next");
+ *     int id = next ? std::stoi(*next) : 1;
+ *     if (std::error_code ec = edit->set("ids", "next", std::to_string(id + 1))) return ec;
+ *     if (velkc::Result<bool> written = edit->commit(); !written) return written.error();
+ */
+class Edit {
+public:
+    /**
+     * @brief Opens a transaction (see VELKCFileEditOpen()).
+     * @param path the file; a missing one is created on commit unless flags
+     *        has EDIT_FLAG_EXISTING.
+     * @param flags 0 or EDIT_FLAG_EXISTING.
+     * @return the transaction, or the library's error.
+     */
+    static Result<Edit> open(std::string_view path, int flags = 0) noexcept
+    {
+        const detail::CString p(path);
+        if (std::error_code error = detail::first_error(p)) {
+            return error;
+        }
+        detail::clear_record();
+        VELKCFileEdit *edit = VELKCFileEditOpen(p.c_str(), flags);
+        if (edit == nullptr) {
+            return detail::recorded_failure();
+        }
+        return Edit(edit);
+    }
+
+    /** @brief An ended transaction. */
+    Edit() noexcept = default;
+    /** @param other a transaction to take over; it ends up ended. */
+    Edit(Edit &&other) noexcept : edit_(std::exchange(other.edit_, nullptr)) {}
+    /**
+     * @param other a transaction to take over; the one held before is
+     *        abandoned.
+     * @return this.
+     */
+    Edit &operator=(Edit &&other) noexcept
+    {
+        if (this != &other) {
+            abort();
+            edit_ = std::exchange(other.edit_, nullptr);
+        }
+        return *this;
+    }
+    Edit(const Edit &) = delete;
+    Edit &operator=(const Edit &) = delete;
+    /** @brief Abandons the transaction unless it was committed. */
+    ~Edit() { abort(); }
+
+    /** @return true while the transaction is open. */
+    explicit operator bool() const noexcept { return edit_ != nullptr; }
+
+    /**
+     * @param section the section, std::nullopt for the lines before the first.
+     * @param key the key.
+     * @return its value; errc::key_not_found or errc::section_not_found; or
+     *         the library's error. Allocates the std::string.
+     */
+    Result<std::string> get(const Section &section, std::string_view key) const
+    {
+        const detail::CString k(key);
+        const detail::SectionName s(section);
+        if (std::error_code error = detail::first_error(s, k)) {
+            return error;
+        }
+        detail::clear_record();
+        const int size = VELKCFileEditGetValue(edit_, s.c_str(), k.c_str(), nullptr, 0);
+        if (size <= 0) {
+            return detail::recorded_failure();
+        }
+        std::string value(static_cast<std::size_t>(size), '\0');
+        VELKCFileEditGetValue(edit_, s.c_str(), k.c_str(), value.data(), size);
+        value.resize(static_cast<std::size_t>(size) - 1);
+        return value;
+    }
+
+    /**
+     * @brief Sets a key of a section (added when missing).
+     * @param section the section, std::nullopt for the lines before the first.
+     * @param key the key.
+     * @param value its new value.
+     * @return an empty code, or the library's error.
+     */
+    [[nodiscard]] std::error_code set(const Section &section, std::string_view key, std::string_view value) noexcept
+    {
+        const detail::CString k(key), v(value);
+        const detail::SectionName s(section);
+        if (std::error_code error = detail::first_error(s, k, v)) {
+            return error;
+        }
+        detail::clear_record();
+        return detail::checked(VELKCFileEditSetValue(edit_, s.c_str(), k.c_str(), v.c_str()));
+    }
+
+    /**
+     * @brief Removes a key of a section.
+     * @param section the section, std::nullopt for the lines before the first.
+     * @param key the key.
+     * @return the number of its lines removed; errc::key_not_found or
+     *         errc::section_not_found when there was none.
+     */
+    Result<int> remove(const Section &section, std::string_view key) noexcept
+    {
+        const detail::CString k(key);
+        const detail::SectionName s(section);
+        if (std::error_code error = detail::first_error(s, k)) {
+            return error;
+        }
+        detail::clear_record();
+        const int removed = VELKCFileEditRemoveKey(edit_, s.c_str(), k.c_str());
+        if (removed <= 0) {
+            return detail::recorded_failure();
+        }
+        return removed;
+    }
+
+    /**
+     * @brief Adds an empty section at the end, unless one of the name exists.
+     * @param name the section's name.
+     * @return true added, false when it exists; or the library's error.
+     */
+    Result<bool> add_section(std::string_view name) noexcept
+    {
+        return named([this](const char *n) { return VELKCFileEditAddSection(edit_, n); }, name);
+    }
+
+    /**
+     * @brief Renames the first section of a name.
+     * @param name the section's name.
+     * @param new_name its new name.
+     * @return an empty code; errc::section_not_found, or errc::key_exists
+     *         when a section of the new name exists; or the library's error.
+     */
+    [[nodiscard]] std::error_code rename_section(std::string_view name, std::string_view new_name) noexcept
+    {
+        const detail::CString n(name), to(new_name);
+        if (std::error_code error = detail::first_error(n, to)) {
+            return error;
+        }
+        detail::clear_record();
+        return VELKCFileEditRenameSection(edit_, n.c_str(), to.c_str()) > 0 ? std::error_code()
+                                                                            : detail::recorded_failure();
+    }
+
+    /**
+     * @brief Removes the first section of a name, header and lines.
+     * @param name the section's name.
+     * @return an empty code; errc::section_not_found; or the library's error.
+     */
+    [[nodiscard]] std::error_code remove_section(std::string_view name) noexcept
+    {
+        const Result<bool> removed =
+            named([this](const char *n) { return VELKCFileEditRemoveSection(edit_, n); }, name);
+        return !removed ? removed.error() : *removed ? std::error_code() : detail::recorded_failure();
+    }
+
+    /** @return the names of the section headers in file order. */
+    Result<List> sections() const noexcept
+    {
+        return detail::read_into<List>([this](SzList **list) { return VELKCFileEditGetSections(edit_, list); });
+    }
+
+    /**
+     * @param section the section, std::nullopt for the lines before the first.
+     * @return its keys, each once, in the order they first appear;
+     *         errc::section_not_found.
+     */
+    Result<List> keys(const Section &section) const noexcept
+    {
+        const detail::SectionName s(section);
+        if (std::error_code error = s.error()) {
+            return error;
+        }
+        return detail::read_into<List>(
+            [this, &s](SzList **list) { return VELKCFileEditGetKeys(edit_, s.c_str(), list); });
+    }
+
+    /**
+     * @brief Writes the changes in one commit and ends the transaction.
+     * @return true when written, false when nothing had changed; or the
+     *         library's error (nothing changed in the file).
+     */
+    Result<bool> commit() noexcept
+    {
+        detail::clear_record();
+        const int written = VELKCFileEditCommit(std::exchange(edit_, nullptr));
+        if (written < 0) {
+            return detail::recorded_failure();
+        }
+        return written == 1;
+    }
+
+    /** @brief Ends the transaction without writing. */
+    void abort() noexcept { VELKCFileEditAbort(std::exchange(edit_, nullptr)); }
+
+private:
+    explicit Edit(VELKCFileEdit *edit) noexcept : edit_(edit) {}
+
+    // call(name) on a section name: 1 true, 0 false, -1 the recorded error.
+    template <class Call>
+    static Result<bool> named(Call call, std::string_view name) noexcept
+    {
+        const detail::CString n(name);
+        if (std::error_code error = n.error()) {
+            return error;
+        }
+        detail::clear_record();
+        const int result = call(n.c_str());
+        if (result < 0) {
+            return detail::recorded_failure();
+        }
+        return result == 1;
+    }
+
+    VELKCFileEdit *edit_ = nullptr;
+};
 
 } // namespace file
 

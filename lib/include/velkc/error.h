@@ -36,8 +36,9 @@
 #define ERR_LOCK_TIMEOUT 0x2900      /**< Another writer held the file past VELKC_FILE_LOCK_TIMEOUT_MS. */
 #define ERR_OPERATION_FAILED 0x2A00  /**< A child could not be run or reaped, or ended abnormally; no lock table. */
 #define ERR_UNSAFE_LINK 0x2B00       /**< A writer refused a symbolic link that another user could have aimed. */
-#define ERR_NOT_DURABLE 0x2C00  /**< The change is visible; its durability is not confirmed (directory sync failed). */
-#define ERR_FORMAT_ERROR 0x4000 /**< A pair format is refused; the record's line holds the failed check. */
+#define ERR_NOT_DURABLE 0x2C00 /**< The change is visible; its durability is not confirmed (directory sync failed). */
+#define ERR_FILE_TOO_LARGE 0x2D00 /**< A file is larger than a transaction holds (VELKC_FILE_EDIT_MAX_SIZE). */
+#define ERR_FORMAT_ERROR 0x4000   /**< A pair format is refused; the record's line holds the failed check. */
 #define ERR_UNICODE_FAILED 0x8000 /**< A Unicode conversion or case mapping failed, e.g. on malformed UTF-8. */
 #define ERR_FORK_FAILED 0x9700    /**< fork() failed. */
 

@@ -482,6 +482,230 @@ VELKC_API int VELKCFileAddSection(const char *szFile, const char *szSection, con
                                   const char *szFormat) VELKC_NOEXCEPT;
 
 /**
+ * @name Editing one setting
+ * Changing one key of one section and nothing else in the file, as the
+ * section readers see sections: the first section of a name runs from its
+ * header to the next line that starts with "[", and the lines before the
+ * first such line are the section of no name (a NULL section); a key line's
+ * key and value are what stand before and after its first "=", trimmed of
+ * blanks and of one pair of double quotes, and the last line of a key
+ * wins. Setting an existing key replaces only the value's bytes on that last
+ * line: its indentation, the key as spelled, the blanks around "=", quotes
+ * around the old value and the line ending stay, and the value is put in
+ * quotes only where the readers would otherwise trim it. A missing key goes
+ * after the last pair of its section (after the header and the comments
+ * right below it in a section without pairs), in the section's own style of
+ * indentation, spacing and line ending; a missing section goes at the end of
+ * the file, after a blank line. Adding a key and removing it again gives the
+ * file back byte for byte. Keys, values and section names that would change
+ * the file's structure are refused with ERR_BAD_PARAMETERS, as by the other
+ * writers.
+ * @{
+ */
+
+/**
+ * Sets a key of a section in one commit.
+ * @param szFile     The file; a missing one is created.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section.
+ * @param szKey      The key.
+ * @param szValue    The value.
+ * @return 1; -1 on failure: ERR_BAD_PARAMETERS (a null argument, a key,
+ *         value or section name refused), the rewrite errors.
+ */
+VELKC_API int VELKCFileSetSectionKeyValue(const char *szFile, const char *szSection, const char *szKey,
+                                          const char *szValue) VELKC_NOEXCEPT;
+
+/**
+ * Removes every line of a key from a section in one commit (with the lines
+ * that continue them after a line ending in a backslash).
+ * @param szFile     The file, which must exist.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section.
+ * @param szKey      The key.
+ * @return The number of key lines removed; 0 when there was none
+ *         (ERR_KEY_NOT_FOUND, or ERR_SECTION_NOT_FOUND when the section is
+ *         missing; the file is unchanged); -1 on failure: ERR_BAD_PARAMETERS
+ *         (szFile or szKey null), the rewrite errors.
+ */
+VELKC_API int VELKCFileRemoveSectionKey(const char *szFile, const char *szSection, const char *szKey) VELKC_NOEXCEPT;
+
+/** @} */
+
+/**
+ * @name Transactions
+ * A read-modify-write without lost updates: VELKCFileEditOpen() takes the
+ * file's writers' lock (see VELKC_FILE_LOCK_TIMEOUT_MS) and reads the file
+ * into memory; the other calls read and change that locked state, as the
+ * calls of "Editing one setting" change a file; VELKCFileEditCommit() writes
+ * every change in one commit, with the guarantees of every writer, and
+ * VELKCFileEditAbort() drops them. Either ends the transaction, frees it and
+ * releases the lock. Other writers of the file wait meanwhile, so keep
+ * transactions short. A failed change leaves the transaction as it was.
+ * @{
+ */
+
+/** The file is held in memory; a larger one cannot be opened for editing. */
+#define VELKC_FILE_EDIT_MAX_SIZE (32 * 1024 * 1024)
+
+/** VELKCFileEditOpen(): the file must exist, rather than be created on commit. */
+#define EDIT_FLAG_EXISTING 0x0001
+
+/** A transaction on one file (opaque). */
+typedef struct VELKCFileEdit VELKCFileEdit;
+
+/**
+ * Opens a transaction: takes the file's writers' lock, waiting at most
+ * VELKC_FILE_LOCK_TIMEOUT_MS, and reads the file. A missing file is read as
+ * empty and created on commit, unless @p flags has EDIT_FLAG_EXISTING.
+ * @param szFile  The file.
+ * @param flags   0 or EDIT_FLAG_EXISTING.
+ * @return The transaction, which VELKCFileEditCommit() or
+ *         VELKCFileEditAbort() ends; NULL on failure: ERR_BAD_PARAMETERS
+ *         (null file, other flag bits), ERR_OPEN_FAILED (also: missing with
+ *         EDIT_FLAG_EXISTING), ERR_UNSAFE_LINK, ERR_LOCK_TIMEOUT,
+ *         ERR_FILE_TOO_LARGE (over VELKC_FILE_EDIT_MAX_SIZE),
+ *         ERR_READ_FAILED, ERR_OUT_OF_MEMORY.
+ */
+VELKC_API VELKCFileEdit *VELKCFileEditOpen(const char *szFile, int flags) VELKC_NOEXCEPT;
+
+/**
+ * Reads a value of a section from the transaction's state, as the section
+ * readers would read it from the file.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section.
+ * @param szKey      The key.
+ * @param szValue    Buffer for the value, or NULL with @p cbValue 0 to ask
+ *                   only for its size.
+ * @param cbValue    Size of @p szValue.
+ * @return The value's length plus one (1 for an empty value); 0 when the key
+ *         is not there (ERR_KEY_NOT_FOUND, or ERR_SECTION_NOT_FOUND when the
+ *         section is missing); -1 on failure: ERR_BAD_PARAMETERS (pEdit or
+ *         szKey null, cbValue negative, or szValue null with cbValue not
+ *         0), ERR_NOT_ENOUGH_MEMORY (the value does not fit).
+ */
+VELKC_API int VELKCFileEditGetValue(VELKCFileEdit *pEdit, const char *szSection, const char *szKey, char *szValue,
+                                    int cbValue) VELKC_NOEXCEPT;
+
+/**
+ * Sets a key of a section in the transaction, as
+ * VELKCFileSetSectionKeyValue() sets it in a file.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section; a missing section is added.
+ * @param szKey      The key.
+ * @param szValue    The value.
+ * @return 1; -1 on failure: ERR_BAD_PARAMETERS (a null argument, a key,
+ *         value or section name refused), ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditSetValue(VELKCFileEdit *pEdit, const char *szSection, const char *szKey,
+                                    const char *szValue) VELKC_NOEXCEPT;
+
+/**
+ * Removes a key from a section in the transaction, as
+ * VELKCFileRemoveSectionKey() removes it from a file.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section.
+ * @param szKey      The key.
+ * @return The number of key lines removed; 0 when there was none
+ *         (ERR_KEY_NOT_FOUND, or ERR_SECTION_NOT_FOUND); -1 on failure:
+ *         ERR_BAD_PARAMETERS (pEdit or szKey null).
+ */
+VELKC_API int VELKCFileEditRemoveKey(VELKCFileEdit *pEdit, const char *szSection, const char *szKey) VELKC_NOEXCEPT;
+
+/**
+ * Adds an empty section at the end of the transaction's file, after a blank
+ * line, unless a section of the name exists.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name.
+ * @return 1 added; 0 when it exists (no error); -1 on failure:
+ *         ERR_BAD_PARAMETERS (a null argument, a line break in the name),
+ *         ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditAddSection(VELKCFileEdit *pEdit, const char *szSection) VELKC_NOEXCEPT;
+
+/**
+ * Renames the first section of a name in the transaction: only its header
+ * line changes.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name.
+ * @param szNewName  Its new name.
+ * @return 1 renamed; 0 when there is no such section (ERR_SECTION_NOT_FOUND)
+ *         or a section of the new name exists (ERR_KEY_EXISTS); -1 on
+ *         failure: ERR_BAD_PARAMETERS (a null argument, a line break in the
+ *         new name), ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditRenameSection(VELKCFileEdit *pEdit, const char *szSection,
+                                         const char *szNewName) VELKC_NOEXCEPT;
+
+/**
+ * Removes the first section of a name from the transaction: its header and
+ * every line up to the next line that starts with "[" (and, for the last
+ * section, the blank lines before its header).
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name.
+ * @return 1 removed; 0 when there is no such section
+ *         (ERR_SECTION_NOT_FOUND); -1 on failure: ERR_BAD_PARAMETERS (a null
+ *         argument).
+ */
+VELKC_API int VELKCFileEditRemoveSection(VELKCFileEdit *pEdit, const char *szSection) VELKC_NOEXCEPT;
+
+/**
+ * Lists the transaction's sections: the name of every section header, in
+ * file order, as VELKCFileEnumSection() gives them.
+ * @param pEdit   The transaction.
+ * @param ppList  Address of the caller's list handle; the names are added.
+ * @return The list's nItem afterwards; -1 on failure: ERR_BAD_PARAMETERS
+ *         (a null argument or *ppList), ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditGetSections(VELKCFileEdit *pEdit, SzList **ppList) VELKC_NOEXCEPT;
+
+/**
+ * Lists the keys of a section of the transaction, each once, in the order
+ * they first appear.
+ * @param pEdit      The transaction.
+ * @param szSection  The section's name, or NULL for the lines before the
+ *                   first section.
+ * @param ppList     Address of the caller's list handle; the keys are added.
+ * @return The list's nItem afterwards; -1 on failure: ERR_BAD_PARAMETERS (a
+ *         null argument or *ppList), ERR_SECTION_NOT_FOUND (no such
+ *         section), ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditGetKeys(VELKCFileEdit *pEdit, const char *szSection, SzList **ppList) VELKC_NOEXCEPT;
+
+/**
+ * The transaction's file as it was read, or as it stands with the changes
+ * made so far: for showing a change before it is made.
+ * @param pEdit      The transaction.
+ * @param fOriginal  Non-zero for the file as read.
+ * @param pszText    Receives the text, NUL-terminated, which the caller
+ *                   frees with free().
+ * @return The text's length in bytes; -1 on failure: ERR_BAD_PARAMETERS (a
+ *         null argument), ERR_OUT_OF_MEMORY.
+ */
+VELKC_API int VELKCFileEditGetText(VELKCFileEdit *pEdit, int fOriginal, char **pszText) VELKC_NOEXCEPT;
+
+/**
+ * Writes every change of the transaction in one commit, with the guarantees
+ * of every writer (a missing file is created), then ends it: frees it and
+ * releases the lock, also on failure.
+ * @param pEdit  The transaction.
+ * @return 1 written; 0 when nothing had changed (nothing written); -1 on
+ *         failure: ERR_BAD_PARAMETERS (pEdit null), the rewrite errors.
+ */
+VELKC_API int VELKCFileEditCommit(VELKCFileEdit *pEdit) VELKC_NOEXCEPT;
+
+/**
+ * Ends a transaction without writing: frees it and releases the lock.
+ * @param pEdit  The transaction, or NULL.
+ */
+VELKC_API void VELKCFileEditAbort(VELKCFileEdit *pEdit) VELKC_NOEXCEPT;
+
+/** @} */
+
+/**
  * @name Internal, for the library's own use and its tests
  * The line predicates of the readers and writers, and the section editor.
  * @{

@@ -1,0 +1,438 @@
+// A configuration file held in memory for a transaction.
+#include "edit_document.hpp"
+
+#include "line_model.hpp"
+#include "section_scan.hpp"
+
+#include <velkc/file.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velkc {
+
+namespace {
+
+constexpr std::size_t kFirstCapacity = 4096;
+
+// A malloc'd, NUL-terminated copy of text.
+char *Copy(std::string_view text) noexcept
+{
+    auto *copy = static_cast<char *>(std::malloc(text.size() + 1));
+    if (copy != nullptr) {
+        text.copy(copy, text.size());
+        copy[text.size()] = '\0';
+    }
+    return copy;
+}
+
+// Pushes text onto a list, which wants a C string.
+Status Push(SzList **ppList, std::string_view text)
+{
+    const MallocPtr<char> item(Copy(text));
+    if (!item) {
+        return ERR_OUT_OF_MEMORY;
+    }
+    return VELKCSzListPush(ppList, item.get()) < 0 ? kLeaveRecord : kOk;
+}
+
+// The name a header line gives its section, as the section lister reads
+// it: between the first "[" and the last "]", blanks inside kept.
+std::string_view HeaderName(std::string_view line) noexcept
+{
+    const std::size_t close = line.rfind(']');
+    return line.substr(1, close - 1);
+}
+
+} // namespace
+
+EditDocument::~EditDocument()
+{
+    Erase(0, count());
+    std::free(lines_);
+}
+
+Status EditDocument::Reserve(std::size_t more)
+{
+    if (count_ + more <= capacity_) {
+        return kOk;
+    }
+    const std::size_t capacity = std::max({capacity_ * 2, count_ + more, std::size_t{64}});
+    auto *lines = static_cast<Line *>(std::realloc(lines_, capacity * sizeof(Line)));
+    if (lines == nullptr) {
+        return ERR_OUT_OF_MEMORY;
+    }
+    lines_ = lines;
+    capacity_ = capacity;
+    return kOk;
+}
+
+Status EditDocument::Load(int fd, std::size_t limit)
+{
+    struct stat st;
+    std::size_t capacity = fstat(fd, &st) == 0 ? static_cast<std::size_t>(st.st_size) + 1 : kFirstCapacity;
+    if (capacity > limit + 1) {
+        return ERR_FILE_TOO_LARGE;
+    }
+    text_.reset(static_cast<char *>(std::malloc(capacity)));
+    std::size_t size = 0;
+    for (;;) {
+        if (!text_) {
+            return ERR_OUT_OF_MEMORY;
+        }
+        const ssize_t got = read(fd, text_.get() + size, capacity - 1 - size);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return ERR_READ_FAILED;
+        }
+        if (got == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(got);
+        if (size == capacity - 1) { // grown since fstat, or no size known
+            if (size >= limit) {
+                return ERR_FILE_TOO_LARGE;
+            }
+            capacity = std::min(2 * capacity, limit + 1);
+            char *grown = static_cast<char *>(std::realloc(text_.get(), capacity));
+            if (grown != nullptr) {
+                text_.release();
+            }
+            text_.reset(grown);
+        }
+    }
+    text_.get()[size] = '\0';
+    size_ = size;
+    for (std::string_view rest(text_.get(), size); !rest.empty();) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size() - 1) + 1;
+        if (end > VELKC_FILE_MAX_LINE) {
+            return ERR_READ_FAILED;
+        }
+        if (Status status = Reserve(1)) {
+            return status;
+        }
+        lines_[count_++] = Line{rest.data(), end, false};
+        rest.remove_prefix(end);
+    }
+    return kOk;
+}
+
+EditDocument::Range EditDocument::Find(const char *section) const noexcept
+{
+    Range range;
+    long i = 0;
+    if (section != nullptr) {
+        while (i < count() && !(StartsSection(LineAt(i)) && IsHeaderOf(LineAt(i), section))) {
+            ++i;
+        }
+        if (i == count()) {
+            return range;
+        }
+        range.begin = i++;
+    }
+    while (i < count() && !StartsSection(LineAt(i))) {
+        ++i;
+    }
+    range.end = i;
+    range.found = true;
+    return range;
+}
+
+FileEnd EditDocument::End() const noexcept
+{
+    FileEnd end;
+    for (long i = std::max(0L, count() - 2); i < count(); ++i) {
+        end.Feed(LineAt(i));
+    }
+    end.lines = count();
+    return end;
+}
+
+void EditDocument::Value(const char *section, const char *key, std::string_view &value, bool &sectionFound,
+                         bool &keyFound) const noexcept
+{
+    const Range range = Find(section);
+    sectionFound = range.found;
+    KeyScan scan(key);
+    for (long i = range.begin; i < range.end; ++i) {
+        scan.Feed(i, LineAt(i));
+    }
+    keyFound = scan.keyLine() >= 0;
+    if (keyFound) {
+        const std::string_view line = LineAt(scan.keyLine());
+        value = SplitPair(line)->Value(line);
+    }
+}
+
+Status EditDocument::SetValue(const char *section, const char *key, const char *value)
+{
+    const Range range = Find(section);
+    Output out;
+    if (!range.found) {
+        NearbyStyle nearby;
+        for (long i = 0; i < count(); ++i) {
+            nearby.Feed(LineAt(i), false);
+        }
+        if (Status status = WriteNewSection(out, nearby.style(), End(), section, key, value)) {
+            return status;
+        }
+        return Append(out.contents());
+    }
+    KeyScan scan(key);
+    for (long i = range.begin; i < range.end; ++i) {
+        scan.Feed(i, LineAt(i));
+    }
+    if (scan.keyLine() >= 0) {
+        const std::string_view line = LineAt(scan.keyLine());
+        if (Status status = WriteWithValue(out, line, *SplitPair(line), value)) {
+            return status;
+        }
+        return out.contents() == line ? kOk : Replace(scan.keyLine(), out.contents());
+    }
+    // A section without pairs of its own takes its neighbours' style.
+    NearbyStyle nearby;
+    if (!scan.style().known()) {
+        for (long i = 0; i < range.begin; ++i) {
+            nearby.Feed(LineAt(i), false);
+        }
+        for (long i = range.end; i < count() && !nearby.style().known(); ++i) {
+            nearby.Feed(LineAt(i), true);
+        }
+    }
+    const PairStyle &style = scan.style().known() ? scan.style() : nearby.style();
+    const long after = scan.insertAfter();
+    const bool last = after >= 0 && after == count() - 1 && !LineAt(after).ends_with('\n');
+    if (Status status = WriteNewPair(out, style, End().eol(), key, value, last)) {
+        return status;
+    }
+    return last ? Append(out.contents()) : Insert(after >= 0 ? after + 1 : range.begin, out.contents());
+}
+
+Status EditDocument::RemoveKey(const char *section, const char *key, long &removed, bool &sectionFound)
+{
+    const Range range = Find(section);
+    sectionFound = range.found;
+    const bool unterminated = count() > 0 && !LineAt(count() - 1).ends_with('\n');
+    KeyScan scan(key);
+    long kept = range.begin;
+    for (long i = range.begin; i < range.end; ++i) {
+        if (scan.Feed(i, LineAt(i)) == LineRole::kOther) {
+            std::swap(lines_[kept++], lines_[i]);
+        }
+    }
+    removed = scan.keyLines();
+    const bool removedLast = range.end == count() && kept < range.end;
+    // The key's lines now stand at [kept, range.end).
+    Erase(kept, range.end);
+    if (removedLast) {
+        KeepUnterminatedEnd(unterminated);
+    }
+    return kOk;
+}
+
+Status EditDocument::AddSection(const char *name, bool &added)
+{
+    added = !Find(name).found;
+    if (!added) {
+        return kOk;
+    }
+    Output out;
+    if (Status status = WriteNewSection(out, PairStyle(), End(), name, nullptr, nullptr)) {
+        return status;
+    }
+    return Append(out.contents());
+}
+
+Status EditDocument::RenameSection(const char *name, const char *newName, bool &found, bool &taken)
+{
+    const Range range = Find(name);
+    found = range.found;
+    taken = Find(newName).found;
+    if (!found || taken) {
+        return kOk;
+    }
+    // The header keeps what follows its "]": blanks and line ending.
+    const std::string_view header = LineAt(range.begin);
+    Output out;
+    for (const std::string_view part : {std::string_view("["), std::string_view(newName),
+                                        header.substr(std::strlen(name) + 1)}) {
+        if (Status status = out.Write(part)) {
+            return status;
+        }
+    }
+    return Replace(range.begin, out.contents());
+}
+
+Status EditDocument::RemoveSection(const char *name, bool &found)
+{
+    const Range range = Find(name);
+    found = range.found;
+    if (!found) {
+        return kOk;
+    }
+    // The last section takes the blank lines before it along, so that a
+    // section added and removed again leaves the file as it was.
+    const bool last = range.end == count();
+    const bool unterminated = count() > 0 && !LineAt(count() - 1).ends_with('\n');
+    long begin = range.begin;
+    while (last && begin > 0 && IsBlankLine(LineAt(begin - 1))) {
+        --begin;
+    }
+    Erase(begin, range.end);
+    if (last) {
+        KeepUnterminatedEnd(unterminated);
+    }
+    return kOk;
+}
+
+Status EditDocument::Sections(SzList **ppList) const
+{
+    for (long i = 0; i < count(); ++i) {
+        const std::string_view line = LineAt(i);
+        if (VELKCIFileIsSection(line.data(), static_cast<int>(line.size()))) {
+            if (Status status = Push(ppList, HeaderName(line))) {
+                return status;
+            }
+        }
+    }
+    return kOk;
+}
+
+Status EditDocument::Keys(const char *section, SzList **ppList, bool &sectionFound) const
+{
+    const Range range = Find(section);
+    sectionFound = range.found;
+    const int before = (*ppList)->nItem;
+    for (long i = range.begin; i < range.end; ++i) {
+        const std::optional<PairLine> pair = SplitPair(LineAt(i));
+        if (!pair) {
+            continue;
+        }
+        bool listed = false;
+        for (int j = before; j < (*ppList)->nItem && !listed; ++j) {
+            listed = pair->key == (*ppList)->pszItem[j];
+        }
+        if (!listed) {
+            if (Status status = Push(ppList, pair->key)) {
+                return status;
+            }
+        }
+    }
+    return kOk;
+}
+
+Status EditDocument::Write(Output &out) const
+{
+    for (long i = 0; i < count(); ++i) {
+        if (Status status = out.Write(LineAt(i))) {
+            return status;
+        }
+    }
+    return kOk;
+}
+
+Status EditDocument::Insert(long at, std::string_view text)
+{
+    std::size_t lines = 0;
+    for (std::size_t from = 0; from < text.size(); from = std::min(text.find('\n', from), text.size() - 1) + 1) {
+        ++lines;
+    }
+    if (Status status = Reserve(lines)) {
+        return status;
+    }
+    // The copies are made in the room past the end first, so that a failure
+    // leaves the document as it was; then they are rotated into place.
+    Line *fresh = lines_ + count_;
+    std::size_t made = 0;
+    for (std::string_view rest = text; !rest.empty(); ++made) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size() - 1) + 1;
+        char *copy = Copy(rest.substr(0, end));
+        if (copy == nullptr) {
+            while (made > 0) {
+                std::free(const_cast<char *>(fresh[--made].text));
+            }
+            return ERR_OUT_OF_MEMORY;
+        }
+        fresh[made] = Line{copy, end, true};
+        rest.remove_prefix(end);
+    }
+    std::rotate(lines_ + at, fresh, fresh + made);
+    count_ += made;
+    changed_ = true;
+    return kOk;
+}
+
+Status EditDocument::Append(std::string_view text)
+{
+    if (count() == 0 || LineAt(count() - 1).ends_with('\n')) {
+        return Insert(count(), text);
+    }
+    // What is written after an unterminated last line continues it.
+    const long last = count() - 1;
+    const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+    Output joined;
+    Status status = joined.Write(LineAt(last));
+    if (status == kOk) {
+        status = joined.Write(text.substr(0, end));
+    }
+    MallocPtr<char> copy(status == kOk ? Copy(joined.contents()) : nullptr);
+    if (status == kOk && !copy) {
+        status = ERR_OUT_OF_MEMORY;
+    }
+    if (status == kOk) {
+        status = Insert(count(), text.substr(end));
+    }
+    if (status == kOk) {
+        Release(last);
+        lines_[last] = Line{copy.release(), joined.contents().size(), true};
+    }
+    return status;
+}
+
+Status EditDocument::Replace(long at, std::string_view text)
+{
+    char *copy = Copy(text);
+    if (copy == nullptr) {
+        return ERR_OUT_OF_MEMORY;
+    }
+    Release(at);
+    lines_[at] = Line{copy, text.size(), true};
+    changed_ = true;
+    return kOk;
+}
+
+void EditDocument::Release(long at) noexcept
+{
+    if (lines_[at].owned) {
+        std::free(const_cast<char *>(lines_[at].text));
+    }
+}
+
+void EditDocument::Erase(long begin, long end) noexcept
+{
+    if (begin == end) {
+        return;
+    }
+    for (long i = begin; i < end; ++i) {
+        Release(i);
+    }
+    std::memmove(lines_ + begin, lines_ + end, (count_ - static_cast<std::size_t>(end)) * sizeof(Line));
+    count_ -= static_cast<std::size_t>(end - begin);
+    changed_ = true;
+}
+
+void EditDocument::KeepUnterminatedEnd(bool wasUnterminated) noexcept
+{
+    if (wasUnterminated && count() > 0) {
+        Line &line = lines_[count() - 1];
+        line.size -= line.view().ends_with('\n') ? LineEnding(line.view()).size() : 0;
+    }
+}
+
+} // namespace velkc

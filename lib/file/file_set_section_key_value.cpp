@@ -1,0 +1,62 @@
+// VELKCFileSetSectionKeyValue: set one key of one section, changing nothing
+// else in the file.
+#include "line_model.hpp"
+#include "report.hpp"
+#include "rewrite.hpp"
+#include "section_output.hpp"
+#include "section_scan.hpp"
+
+namespace {
+
+velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKey, const char *szValue)
+{
+    velkc::KeySurvey survey(szSection, szKey);
+    if (velkc::Status status = rw.ReadAhead([&](std::string_view line) { survey.Feed(line); })) {
+        return status;
+    }
+    velkc::Output &out = rw.out();
+    const long keyLine = survey.scan().keyLine();
+    const long insertAfter = survey.sectionFound() && keyLine < 0 ? survey.scan().insertAfter() : -2;
+    const auto newPair = [&](bool afterUnterminated) {
+        return velkc::WriteNewPair(out, survey.style(), survey.end().eol(), szKey, szValue, afterUnterminated);
+    };
+    if (insertAfter == -1) {
+        if (velkc::Status status = newPair(false)) {
+            return status;
+        }
+    }
+    long index = 0;
+    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &reader) {
+        const std::string_view line = reader.view();
+        const long at = index++;
+        if (at == keyLine) {
+            return velkc::WriteWithValue(out, line, *velkc::SplitPair(line), szValue);
+        }
+        velkc::Status copied = out.Write(line);
+        return copied == velkc::kOk && at == insertAfter ? newPair(!line.ends_with('\n')) : copied;
+    });
+    if (status == velkc::kOk && !survey.sectionFound()) {
+        status = velkc::WriteNewSection(out, survey.style(), survey.end(), szSection, szKey, szValue);
+    }
+    return rw.CommitAfter(status);
+}
+
+} // namespace
+
+extern "C" int VELKCFileSetSectionKeyValue(const char *szFile, const char *szSection, const char *szKey,
+                                           const char *szValue) noexcept
+{
+    if (szFile == nullptr || szKey == nullptr || szValue == nullptr || !velkc::IsSafeKey(szKey) ||
+        !velkc::IsSafeValue(szValue) || !velkc::SafeSection(szSection, nullptr)) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    velkc::Rewrite rw(szFile);
+    if (velkc::Status status = rw.StartOrCreate()) {
+        return VELKC_FAIL(status);
+    }
+    if (velkc::Status status = SetKey(rw, szSection, szKey, szValue)) {
+        return VELKC_FAIL(status);
+    }
+    return 1;
+}
