@@ -60,8 +60,8 @@ for v in "${values[@]}"; do
     expect 0 "$v" get flat.conf rt
 done
 expect 0 '' set flat.conf empty ''
-expect 1 '' get flat.conf empty
-expect 0 $'a\nb\nempty\nrt' keys flat.conf
+expect 0 '' get flat.conf empty
+expect 0 $'a\nb\nrt\nempty' keys flat.conf
 expect 0 '' del flat.conf a
 expect 1 '' get flat.conf a
 expect 0 '' del flat.conf a
@@ -99,12 +99,116 @@ expect 0 $'y\nz' keys -s two sec.conf
 expect 0 '  3' get -s two sec.conf z
 expect 0 '' merge -s four sec.conf <<<'p=1'
 expect 0 $'one\ntwo\nthree\nfour' sections sec.conf
-kept sec.conf 600 '# head' '# in one' '#c=d' '[one]' 'rt=it'"'"'s'
+# Quotes, once a value needed them, stay around the values that follow.
+kept sec.conf 600 '# head' '# in one' '#c=d' '[one]' 'rt="it'"'"'s"'
 expect 0 '' set -s s new2.conf k v
 expect 0 v get -s s new2.conf k
-expect 3 '' get sec.conf x
-stderr_is 'velkc-conf: sec.conf: bad parameters (the file has sections: give -s SECTION)'
-expect 3 '' set sec.conf x 1
+# Without -s: the lines before the first section.
+expect 1 '' get sec.conf x
+expect 0 '' set sec.conf top 1
+expect 0 1 get sec.conf top
+[[ $(head -2 sec.conf) == $'# head\ntop=1' ]] || fail "top=1 not before the first section: $(<sec.conf)"
+expect 0 top keys sec.conf
+expect 0 '' del sec.conf top
+
+echo "== one setting changed, nothing else"
+cat >share.conf <<'CONF'
+# Shares of the appliance
+[global]
+   workgroup = HOME
+   ; the server's name
+   server string = "File server"
+
+[public]
+   path = /srv/public
+   read only = no
+
+[public]
+   path = /srv/shadowed
+CONF
+cp share.conf share.orig
+# changed A B: the number of lines of B that are not in A, in order.
+changed() { diff "$1" "$2" | grep -c '^>' || true; }
+expect 0 '' set -s public share.conf path /srv/pub
+[[ $(changed share.orig share.conf) == 1 && $(diff share.orig share.conf | grep -c '^<') == 1 ]] ||
+    fail "set changed more than one line: $(diff share.orig share.conf)"
+grep -qxF '   path = /srv/pub' share.conf || fail "the line lost its indentation or spacing"
+expect 0 '' set -s public share.conf guest 'ok '
+expect 0 'ok ' get -s public share.conf guest
+expect 0 '' del -s public share.conf guest
+expect 0 '' set -s public share.conf path /srv/public
+cmp -s share.orig share.conf || fail "set and del did not give the file back: $(diff share.orig share.conf)"
+
+echo "== formats"
+expect 0 '"File server"' get --format=json -s global share.conf 'server string'
+expect 0 "server_string='File server'" get --format=sh -s global share.conf 'server string'
+expect 0 '["workgroup","server string"]' keys --format=json -s global share.conf
+expect 0 $'\'global\'\n\'public\'\n\'public\'' sections --format=sh share.conf
+expect 0 $'[global]\nworkgroup=HOME\nserver string=File server\n\n[public]\npath=/srv/public\nread only=no' dump share.conf
+expect 0 '[{"section":"global","values":{"workgroup":"HOME","server string":"File server"}},{"section":"public","values":{"path":"/srv/public","read only":"no"}}]' \
+    dump --format=json share.conf
+printf 'k=a\tb"c\\\001\n' >esc.conf
+expect 0 '"a\tb\"c\\\u0001"' get --format=json esc.conf k
+eval "$("$conf" dump --format=sh share.conf)"
+[[ $public__path == /srv/public && $global__server_string == 'File server' ]] || fail "dump --format=sh did not eval"
+expect 2 '' get --format=xml share.conf k
+
+echo "== dry run"
+expect 0 $'--- a/share.conf\n+++ b/share.conf\n@@ -5,7 +5,7 @@\n    server string = "File server"\n \n [public]\n-   path = /srv/public\n+   path = /x\n    read only = no\n \n [public]' \
+    set --dry-run -s public share.conf path /x
+expect 0 '' set --dry-run -s public share.conf path /srv/public
+cmp -s share.orig share.conf || fail "--dry-run wrote"
+
+echo "== conditions"
+expect 4 '' set --if-value nope -s public share.conf path /y
+expect 4 '' set --if-value /srv/public -s public share.conf absent /y
+expect 4 '' set --if-absent -s public share.conf path /y
+cmp -s share.orig share.conf || fail "an unmet condition wrote"
+expect 0 '' set --if-value /srv/public -s public share.conf path /y
+expect 0 '' set --if-absent -s public share.conf browseable yes
+expect 2 '' set --if-absent --if-value x share.conf k v
+expect 4 '' add-section share.conf public
+expect 1 '' rename-section share.conf nowhere other
+expect 4 '' rename-section share.conf public global
+
+echo "== apply"
+cp share.orig share.conf
+expect 0 '' apply share.conf <<'CMDS'
+# a share and its settings, in one commit
+add-section share.conf-free
+set -s share.conf-free path "/srv/with space"
+set -s public --if-value /srv/public path '/srv/it'\''s'
+del -s global workgroup
+rename-section share.conf-free free
+CMDS
+expect 0 "/srv/with space" get -s free share.conf path
+expect 0 "/srv/it's" get -s public share.conf path
+expect 1 '' get -s global share.conf workgroup
+cp share.conf share.applied
+expect 4 '' apply share.conf <<<$'set -s free path /a\nset --if-absent -s free path /b'
+expect 2 '' apply share.conf <<<$'set -s free path "/unfinished'
+expect 2 '' apply share.conf <<<'get -s free path'
+expect 2 '' apply share.conf <<<'set -s free path'
+cmp -s share.applied share.conf || fail "a failed apply wrote"
+
+echo "== concurrent read-modify-write"
+printf 'n=0\n' >count.conf
+count() {
+    local i v status
+    for ((i = 0; i < 50; i++)); do
+        while :; do
+            v=$("$conf" get count.conf n) || return 1
+            status=0
+            "$conf" set --if-value "$v" count.conf n $((v + 1)) 2>/dev/null || status=$?
+            ((status == 0)) && break
+            ((status == 4)) || return 1
+        done
+    done
+}
+pids=()
+for _ in 1 2 3 4; do count & pids+=($!); done
+for pid in "${pids[@]}"; do wait "$pid" || fail "a counting loop failed"; done
+expect 0 200 get count.conf n
 
 echo "== usage errors"
 expect 2 ''

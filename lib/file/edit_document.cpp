@@ -260,8 +260,8 @@ Status EditDocument::RenameSection(const char *name, const char *newName, bool &
     // The header keeps what follows its "]": blanks and line ending.
     const std::string_view header = LineAt(range.begin);
     Output out;
-    for (const std::string_view part : {std::string_view("["), std::string_view(newName),
-                                        header.substr(std::strlen(name) + 1)}) {
+    for (const std::string_view part :
+         {std::string_view("["), std::string_view(newName), header.substr(std::strlen(name) + 1)}) {
         if (Status status = out.Write(part)) {
             return status;
         }

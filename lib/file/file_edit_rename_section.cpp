@@ -3,8 +3,7 @@
 #include "report.hpp"
 #include "section_output.hpp"
 
-extern "C" int VELKCFileEditRenameSection(VELKCFileEdit *pEdit, const char *szSection,
-                                          const char *szNewName) noexcept
+extern "C" int VELKCFileEditRenameSection(VELKCFileEdit *pEdit, const char *szSection, const char *szNewName) noexcept
 {
     if (pEdit == nullptr || szSection == nullptr || szNewName == nullptr || !velkc::SafeSection(szNewName, nullptr)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);

@@ -1,6 +1,7 @@
 // VELKCFileSetSectionKeyValue: set one key of one section, changing nothing
 // else in the file.
 #include "line_model.hpp"
+#include "pair_line.hpp"
 #include "report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
@@ -46,7 +47,7 @@ velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKe
 extern "C" int VELKCFileSetSectionKeyValue(const char *szFile, const char *szSection, const char *szKey,
                                            const char *szValue) noexcept
 {
-    if (szFile == nullptr || szKey == nullptr || szValue == nullptr || !velkc::IsSafeKey(szKey) ||
+    if (szFile == nullptr || szKey == nullptr || szValue == nullptr || !velkc::IsSectionKey(szKey) ||
         !velkc::IsSafeValue(szValue) || !velkc::SafeSection(szSection, nullptr)) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;

@@ -30,13 +30,6 @@ std::string_view Trimmed(std::string_view text) noexcept
     return IsQuoted(text) ? text.substr(1, text.size() - 2) : text;
 }
 
-// True when the readers give value back byte for byte.
-constexpr bool ReadsBackWhole(std::string_view value) noexcept
-{
-    return value.empty() || (kBlanks.find(value.front()) == std::string_view::npos &&
-                             kBlanks.find(value.back()) == std::string_view::npos && !IsQuoted(value));
-}
-
 // value, inside quotes where the readers would otherwise trim it.
 Status WriteValue(Output &out, std::string_view value)
 {
@@ -57,6 +50,14 @@ std::size_t Run(std::string_view text, std::string_view set) noexcept
 }
 
 } // namespace
+
+bool ReadsBackWhole(std::string_view text) noexcept
+{
+    return text.empty() || (kBlanks.find(text.front()) == std::string_view::npos &&
+                            kBlanks.find(text.back()) == std::string_view::npos && !IsQuoted(text));
+}
+
+bool IsSectionKey(const char *key) noexcept { return IsSafeKey(key) && ReadsBackWhole(key); }
 
 std::optional<PairLine> SplitPair(std::string_view line) noexcept
 {
@@ -92,10 +93,7 @@ bool ContinuesOnNextLine(std::string_view line) noexcept
     return last != std::string_view::npos && line[last] == '\\';
 }
 
-std::string_view LineEnding(std::string_view line) noexcept
-{
-    return line.ends_with("\r\n") ? "\r\n" : "\n";
-}
+std::string_view LineEnding(std::string_view line) noexcept { return line.ends_with("\r\n") ? "\r\n" : "\n"; }
 
 void PairStyle::Blanks::Take(std::string_view text) noexcept
 {
@@ -114,8 +112,8 @@ PairStyle::PairStyle(std::string_view line) noexcept : crlf_(line.ends_with("\r\
 
 Status PairStyle::Write(Output &out, std::string_view key, std::string_view value, bool terminated) const
 {
-    for (const std::string_view part : {indent_.view(), key, beforeEquals_.view(), std::string_view("="),
-                                        afterEquals_.view()}) {
+    for (const std::string_view part :
+         {indent_.view(), key, beforeEquals_.view(), std::string_view("="), afterEquals_.view()}) {
         if (Status status = out.Write(part)) {
             return status;
         }

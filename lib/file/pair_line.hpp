@@ -27,6 +27,14 @@ struct PairLine {
     }
 };
 
+// True when the readers give text, written as a key or value, back byte
+// for byte: no blanks at its ends, no pair of quotes around it.
+bool ReadsBackWhole(std::string_view text) noexcept;
+
+// A key the section editors write: one that does not change the file's
+// structure and that the readers give back as it is.
+bool IsSectionKey(const char *key) noexcept;
+
 // None for a comment, a line that starts a section, a line without "=", or
 // one whose key is empty.
 std::optional<PairLine> SplitPair(std::string_view line) noexcept;

@@ -61,8 +61,8 @@ private:
     long lastPairEnd_ = -1;
     long firstRunEnd_ = -1;
     bool firstRunOpen_ = true;
-    bool continues_ = false;                     // the previous line goes on on this one
-    LineRole continuation_ = LineRole::kOther;   // the role such a line gets
+    bool continues_ = false;                   // the previous line goes on on this one
+    LineRole continuation_ = LineRole::kOther; // the role such a line gets
     PairStyle style_;
 };
 

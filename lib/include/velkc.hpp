@@ -39,6 +39,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -1410,6 +1411,23 @@ public:
         }
         return detail::read_into<List>(
             [this, &s](SzList **list) { return VELKCFileEditGetKeys(edit_, s.c_str(), list); });
+    }
+
+    /**
+     * @param original true for the file as it was read, false for the file
+     *        as it stands with the changes made so far.
+     * @return the text; or the library's error. Allocates the std::string.
+     */
+    Result<std::string> text(bool original) const
+    {
+        char *text = nullptr;
+        detail::clear_record();
+        const int size = VELKCFileEditGetText(edit_, original ? 1 : 0, &text);
+        if (size < 0) {
+            return detail::recorded_failure();
+        }
+        const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
+        return std::string(text, static_cast<std::size_t>(size));
     }
 
     /**

@@ -499,7 +499,8 @@ VELKC_API int VELKCFileAddSection(const char *szFile, const char *szSection, con
  * the file, after a blank line. Adding a key and removing it again gives the
  * file back byte for byte. Keys, values and section names that would change
  * the file's structure are refused with ERR_BAD_PARAMETERS, as by the other
- * writers.
+ * writers, and so are keys with blanks or a pair of quotes around them,
+ * which the readers would not find again.
  * @{
  */
 
