@@ -197,8 +197,7 @@ int open(const char *path, int flags, ...)
     va_start(args, flags);
     const mode_t mode = fault::ModeArg(flags, args);
     va_end(args);
-    return Report(Io(next, path, flags, mode),
-                  {.name = "open", .fd = AT_FDCWD, .path = path, .flags = flags, .mode = mode});
+    return Report(Io(next, path, flags, mode), {.name = "open", .fd = AT_FDCWD, .path = path, .flags = flags});
 }
 
 int openat(int dirfd, const char *path, int flags, ...)
@@ -212,8 +211,7 @@ int openat(int dirfd, const char *path, int flags, ...)
     va_start(args, flags);
     const mode_t mode = fault::ModeArg(flags, args);
     va_end(args);
-    return Report(Io(next, dirfd, path, flags, mode),
-                  {.name = "openat", .fd = dirfd, .path = path, .flags = flags, .mode = mode});
+    return Report(Io(next, dirfd, path, flags, mode), {.name = "openat", .fd = dirfd, .path = path, .flags = flags});
 }
 
 // One function each with the above, as in glibc on 64-bit targets.
@@ -240,21 +238,19 @@ ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
 ssize_t write(int fd, const void *buf, size_t size)
 {
     NEXT(write);
-    return Report(Write(next, fd, buf, size), {.name = "write", .fd = fd, .data = buf, .size = size});
+    return Report(Write(next, fd, buf, size), {.name = "write", .fd = fd});
 }
 
 ssize_t pwrite(int fd, const void *buf, size_t size, off_t offset)
 {
     NEXT(pwrite);
-    return Report(Write(next, fd, buf, size, offset),
-                  {.name = "pwrite", .fd = fd, .data = buf, .size = size, .offset = offset});
+    return Report(Write(next, fd, buf, size, offset), {.name = "pwrite", .fd = fd});
 }
 
 ssize_t pwrite64(int fd, const void *buf, size_t size, off64_t offset)
 {
     NEXT(pwrite64);
-    return Report(Write(next, fd, buf, size, offset),
-                  {.name = "pwrite64", .fd = fd, .data = buf, .size = size, .offset = offset});
+    return Report(Write(next, fd, buf, size, offset), {.name = "pwrite64", .fd = fd});
 }
 
 off_t lseek(int fd, off_t offset, int whence) noexcept
@@ -324,7 +320,7 @@ int flock(int fd, int operation) noexcept
 int ftruncate(int fd, off_t length) noexcept
 {
     NEXT(ftruncate);
-    return Report(Io(next, fd, length), {.name = "ftruncate", .fd = fd, .offset = length});
+    return Report(Io(next, fd, length), {.name = "ftruncate", .fd = fd});
 }
 
 int ftruncate64(int fd, off64_t length) noexcept __attribute__((alias("ftruncate")));
@@ -332,26 +328,24 @@ int ftruncate64(int fd, off64_t length) noexcept __attribute__((alias("ftruncate
 int fchown(int fd, uid_t uid, gid_t gid) noexcept
 {
     NEXT(fchown);
-    const auto id = [](unsigned id) { return id == static_cast<unsigned>(-1) ? -1LL : id; };
-    return Report(Io(next, fd, uid, gid), {.name = "fchown", .fd = fd, .uid = id(uid), .gid = id(gid)});
+    return Report(Io(next, fd, uid, gid), {.name = "fchown", .fd = fd});
 }
 int fchmod(int fd, mode_t mode) noexcept
 {
     NEXT(fchmod);
-    return Report(Io(next, fd, mode), {.name = "fchmod", .fd = fd, .mode = mode});
+    return Report(Io(next, fd, mode), {.name = "fchmod", .fd = fd});
 }
 
 int fsetxattr(int fd, const char *name, const void *value, size_t size, int flags) noexcept
 {
     NEXT(fsetxattr);
-    return Report(Io(next, fd, name, value, size, flags),
-                  {.name = "fsetxattr", .fd = fd, .flags = flags, .data = value, .size = size, .attr = name});
+    return Report(Io(next, fd, name, value, size, flags), {.name = "fsetxattr", .fd = fd});
 }
 
 int fremovexattr(int fd, const char *name) noexcept
 {
     NEXT(fremovexattr);
-    return Report(Io(next, fd, name), {.name = "fremovexattr", .fd = fd, .attr = name});
+    return Report(Io(next, fd, name), {.name = "fremovexattr", .fd = fd});
 }
 
 int link(const char *oldpath, const char *newpath) noexcept
@@ -364,9 +358,8 @@ int link(const char *oldpath, const char *newpath) noexcept
 int linkat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, int flags) noexcept
 {
     NEXT(linkat);
-    return Report(
-        fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
-        {.name = "linkat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath, .flags = flags});
+    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
+                  {.name = "linkat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
 }
 
 int rename(const char *oldpath, const char *newpath) noexcept
@@ -387,12 +380,7 @@ int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpa
 {
     NEXT(renameat2);
     return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
-                  {.name = "renameat2",
-                   .fd = olddirfd,
-                   .path = oldpath,
-                   .fd2 = newdirfd,
-                   .path2 = newpath,
-                   .flags = static_cast<int>(flags)});
+                  {.name = "renameat2", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
 }
 
 ssize_t readlinkat(int dirfd, const char *path, char *buf, size_t size) noexcept
@@ -420,25 +408,25 @@ int unlink(const char *path) noexcept
 int unlinkat(int dirfd, const char *path, int flags) noexcept
 {
     NEXT(unlinkat);
-    return Report(Io(next, dirfd, path, flags), {.name = "unlinkat", .fd = dirfd, .path = path, .flags = flags});
+    return Report(Io(next, dirfd, path, flags), {.name = "unlinkat", .fd = dirfd, .path = path});
 }
 
 int rmdir(const char *path) noexcept
 {
     NEXT(rmdir);
-    return Report(Io(next, path), {.name = "rmdir", .fd = AT_FDCWD, .path = path, .flags = AT_REMOVEDIR});
+    return Report(Io(next, path), {.name = "rmdir", .fd = AT_FDCWD, .path = path});
 }
 
 int mkdir(const char *path, mode_t mode) noexcept
 {
     NEXT(mkdir);
-    return Report(Io(next, path, mode), {.name = "mkdir", .fd = AT_FDCWD, .path = path, .mode = mode});
+    return Report(Io(next, path, mode), {.name = "mkdir", .fd = AT_FDCWD, .path = path});
 }
 
 int mkdirat(int dirfd, const char *path, mode_t mode) noexcept
 {
     NEXT(mkdirat);
-    return Report(Io(next, dirfd, path, mode), {.name = "mkdirat", .fd = dirfd, .path = path, .mode = mode});
+    return Report(Io(next, dirfd, path, mode), {.name = "mkdirat", .fd = dirfd, .path = path});
 }
 
 } // extern "C"

@@ -7,8 +7,6 @@
 // file, to an observer once they returned.
 #pragma once
 
-#include <cstddef>
-
 namespace fault {
 
 enum class Kind : int {
@@ -38,22 +36,16 @@ void Disarm() noexcept;
 void RefuseUnnamedFiles(bool refuse) noexcept;
 
 // A call as it was passed on, with what it returned. Paths are relative to
-// their directory descriptor (AT_FDCWD for the calls that take none).
+// their directory descriptor (AT_FDCWD for the calls that take none). What
+// the call changed, the observer finds on the file system.
 struct Call {
     const char *name; // the function, e.g. "renameat" (a static name)
     int fd = -1;      // the descriptor acted on, or the directory of path
     const char *path = nullptr;
     int fd2 = -1; // link and rename: the directory of path2
     const char *path2 = nullptr;
-    int flags = 0;      // open, link, rename, unlink, xattr flags
-    unsigned mode = 0;  // open, mkdir, fchmod
-    long long uid = -1; // fchown (-1: unchanged)
-    long long gid = -1;
-    const void *data = nullptr; // write, pwrite, fsetxattr: the bytes handed in
-    std::size_t size = 0;
-    long long offset = -1;      // pwrite: the offset; ftruncate: the length
-    const char *attr = nullptr; // fsetxattr, fremovexattr: the attribute's name
-    long long result = 0;       // open: the new descriptor; write: the count
+    int flags = 0;        // open: its flags
+    long long result = 0; // open: the new descriptor
 };
 
 class Observer {
