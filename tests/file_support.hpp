@@ -96,6 +96,20 @@ inline const std::vector<Reader> &AllReaders()
     return readers;
 }
 
+// A transaction that sets a key before the first section and commits.
+inline int EditAndCommit(const char *path)
+{
+    VELKCFileEdit *edit = VELKCFileEditOpen(path, 0);
+    if (edit == nullptr) {
+        return -1;
+    }
+    if (VELKCFileEditSetValue(edit, nullptr, "k1", "z") < 0) {
+        VELKCFileEditAbort(edit);
+        return -1;
+    }
+    return VELKCFileEditCommit(edit);
+}
+
 struct Writer {
     const char *name;
     FileCall call;
@@ -133,6 +147,11 @@ inline const std::vector<Writer> &AllWriters()
              return VELKCIFileModifySection(p, "s", nullptr, a.hash.get(), SECTION_FLAG_REPLACE, nullptr);
          },
          1, true, false},
+        {"SetSectionKeyValue", [](const char *p, Args &) { return VELKCFileSetSectionKeyValue(p, "s", "m", "2"); }, 1,
+         true, true},
+        {"RemoveSectionKey", [](const char *p, Args &) { return VELKCFileRemoveSectionKey(p, "s", "m"); }, 1, true,
+         false},
+        {"EditCommit", [](const char *p, Args &) { return EditAndCommit(p); }, 1, true, true},
     };
     return writers;
 }

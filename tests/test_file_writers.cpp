@@ -153,8 +153,10 @@ TEST_F(Writers, MissingFileIsCreatedOrRefused)
 {
     // What the writers that make a missing file put in it.
     const std::map<std::string, std::string> created = {
-        {"SetKeyValue", "k1=x\n"},     {"AppendKey", "k9=v\n"}, {"AddLine", "new\n"},  {"AddLineAppend", "new\n"},
-        {"AddLineByKeyAppend", "new"}, {"SetLine", "k2=z\n"},   {"SetKeys", "k1=z\n"}, {"AddSection", "\n[t]\nk1=z\n"},
+        {"SetKeyValue", "k1=x\n"},  {"AppendKey", "k9=v\n"},         {"AddLine", "new\n"},
+        {"AddLineAppend", "new\n"}, {"AddLineByKeyAppend", "new"},   {"SetLine", "k2=z\n"},
+        {"SetKeys", "k1=z\n"},      {"AddSection", "\n[t]\nk1=z\n"}, {"SetSectionKeyValue", "[s]\nm=2\n"},
+        {"EditCommit", "k1=z\n"},
     };
     // Nor is a file made where a dangling symbolic link points.
     fs::create_symlink("nowhere", Path("dangling"));
