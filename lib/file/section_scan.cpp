@@ -26,12 +26,15 @@ LineRole KeyScan::Feed(long index, std::string_view line) noexcept
             firstRunEnd_ = index;
         }
     }
-    if (continues_) {
+    // A line after one that ends in a backslash continues it, unless the
+    // readers take it for a pair of its own.
+    const std::optional<PairLine> pair = SplitPair(line);
+    if (continues_ && !pair) {
         continues_ = ContinuesOnNextLine(line);
         lastPairEnd_ = index;
         return continuation_;
     }
-    const std::optional<PairLine> pair = SplitPair(line);
+    continues_ = false;
     if (!pair) {
         return LineRole::kOther;
     }

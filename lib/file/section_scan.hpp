@@ -40,7 +40,8 @@ public:
     explicit KeyScan(std::string_view key) noexcept : key_(key) {}
 
     // What the line is to the key: one of its lines, the continuation of
-    // one (after a line ending in a backslash), or another line.
+    // one (a line that is no pair, after a line ending in a backslash), or
+    // another line.
     LineRole Feed(long index, std::string_view line) noexcept;
 
     // The last line of the key (the one the readers take), -1 for none.
