@@ -227,4 +227,37 @@ TEST_F(CxxConfig, KeysAndSectionsRoundTrip)
     EXPECT_EQ(drop.size(), 1u);
 }
 
+// A transaction: what it reads and changes is the locked state; only a
+// commit writes, and a transaction that goes out of scope writes nothing.
+TEST_F(CxxConfig, EditsCommitOrVanish)
+{
+    const std::string conf = Path("shares.conf");
+    std::ofstream(conf) << "[share]\n   path = /srv\n";
+    ASSERT_FALSE(velkc::file::set_section_value(conf, "share", "guest", "no"));
+    EXPECT_EQ(velkc::file::remove_section_key(conf, std::nullopt, "path").error(), velkc::errc::key_not_found);
+    {
+        velkc::Result<velkc::file::Edit> edit = velkc::file::Edit::open(conf);
+        ASSERT_TRUE(edit);
+        velkc::file::Edit moved = std::move(*edit);
+        EXPECT_FALSE(*edit);
+        ASSERT_FALSE(moved.set("share", "path", "/srv/new"));
+        EXPECT_EQ(moved.get("share", "path").value_or(""), "/srv/new");
+        EXPECT_EQ(moved.get("other", "path").error(), velkc::errc::section_not_found);
+    } // abandoned
+    velkc::Result<velkc::file::Edit> edit = velkc::file::Edit::open(conf);
+    ASSERT_TRUE(edit);
+    EXPECT_EQ(edit->get("share", "path").value_or(""), "/srv");
+    EXPECT_EQ(Items(*edit->keys("share")), (std::vector<std::string>{"path", "guest"}));
+    EXPECT_EQ(edit->add_section("share").value_or(true), false);
+    ASSERT_FALSE(edit->rename_section("share", "public"));
+    EXPECT_EQ(edit->remove("public", "guest").value_or(0), 1);
+    ASSERT_FALSE(edit->set(std::nullopt, "workgroup", "HOME"));
+    EXPECT_EQ(edit->text(true).value_or(""), "[share]\n   path = /srv\n   guest = no\n");
+    EXPECT_EQ(edit->commit().value_or(false), true);
+    EXPECT_FALSE(*edit);
+    std::ifstream in(conf);
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(text, "workgroup = HOME\n[public]\n   path = /srv\n");
+}
+
 } // namespace

@@ -142,6 +142,43 @@ TEST_F(Concurrency, WritersLoseNoKey)
     }
 }
 
+// Read-modify-write through transactions: every increment of a counter by
+// every process counts.
+TEST_F(Concurrency, TransactionsLoseNoIncrement)
+{
+    constexpr int kProcesses = 8;
+    constexpr int kIncrements = 200;
+    WriteFile(conf_, "[counter]\nvalue = 0\n");
+    const auto increment = [&] {
+        for (int i = 0; i < kIncrements; ++i) {
+            VELKCFileEdit *edit = VELKCFileEditOpen(conf_.c_str(), EDIT_FLAG_EXISTING);
+            char value[32];
+            if (edit == nullptr || VELKCFileEditGetValue(edit, "counter", "value", value, sizeof value) <= 0) {
+                VELKCFileEditAbort(edit);
+                return 1;
+            }
+            const std::string next = std::to_string(std::stoi(value) + 1);
+            if (VELKCFileEditSetValue(edit, "counter", "value", next.c_str()) != 1 || VELKCFileEditCommit(edit) != 1) {
+                return 1;
+            }
+        }
+        return 0;
+    };
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        children.push_back(ForkChild(increment));
+    }
+    int failed = 0;
+    for (const pid_t child : children) {
+        failed += WaitChild(child) != 0;
+    }
+    char counter[32] = "?";
+    VELKCFileGetSectionValue(conf_.c_str(), "counter", "value", counter, sizeof counter);
+    std::printf("%d processes x %d increments: the counter reads %s\n", kProcesses, kIncrements, counter);
+    EXPECT_EQ(failed, 0);
+    EXPECT_EQ(ReadFile(conf_), "[counter]\nvalue = " + std::to_string(kProcesses * kIncrements) + "\n");
+}
+
 TEST_F(Concurrency, WritersGiveUpOnAHeldLock)
 {
     const auto holder = HoldLock();

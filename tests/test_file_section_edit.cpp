@@ -28,10 +28,7 @@ std::vector<std::string> Lines(const std::string &text)
     return lines;
 }
 
-std::vector<std::string> Items(const OwnedList &list)
-{
-    return {list->pszItem, list->pszItem + list->nItem};
-}
+std::vector<std::string> Items(const OwnedList &list) { return {list->pszItem, list->pszItem + list->nItem}; }
 
 // A transaction that is aborted unless it is committed.
 struct Transaction : NoCopy {
@@ -211,8 +208,8 @@ TEST_F(SectionEdit, TransactionsReadWhatTheSectionReadersRead)
 TEST_F(SectionEdit, ValuesThatReadersWouldTrimReadBackWhole)
 {
     const fs::path file = Copy("shares.conf");
-    for (const char *value : {"  padded  ", "\"quoted\"", "", "a=b=c", "ünïcödé ✓", "#not a comment", "tab\tin",
-                              "\"", "trailing tab\t"}) {
+    for (const char *value :
+         {"  padded  ", "\"quoted\"", "", "a=b=c", "ünïcödé ✓", "#not a comment", "tab\tin", "\"", "trailing tab\t"}) {
         SCOPED_TRACE(value);
         for (const char *key : {"comment", "new key", "path"}) { // quoted, new, plain
             ASSERT_EQ(VELKCFileSetSectionKeyValue(file.c_str(), "media", key, value), 1);
@@ -270,9 +267,9 @@ TEST_F(SectionEdit, InputThatWouldChangeTheStructureIsRefused)
         const char *value;
     };
     const Input refused[] = {
-        {"media", "a=b", "v"},  {"media", "[x", "v"},     {"media", "#x", "v"},        {"media", ";x", "v"},
-        {"media", " k", "v"},   {"media", "k\t", "v"},    {"media", "\"k\"", "v"},     {"media", "", "v"},
-        {"media", "k", "v\nx"}, {"media", "k\nx", "v"},   {"media\nx=1", "k", "v"},    {nullptr, "k", "v\r"},
+        {"media", "a=b", "v"},  {"media", "[x", "v"},   {"media", "#x", "v"},     {"media", ";x", "v"},
+        {"media", " k", "v"},   {"media", "k\t", "v"},  {"media", "\"k\"", "v"},  {"media", "", "v"},
+        {"media", "k", "v\nx"}, {"media", "k\nx", "v"}, {"media\nx=1", "k", "v"}, {nullptr, "k", "v\r"},
     };
     for (const Input &input : refused) {
         SCOPED_TRACE(std::string(input.key) + " = " + input.value);

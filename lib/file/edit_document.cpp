@@ -205,7 +205,7 @@ Status EditDocument::SetValue(const char *section, const char *key, const char *
             nearby.Feed(LineAt(i), true);
         }
     }
-    const PairStyle &style = scan.style().known() ? scan.style() : nearby.style();
+    const PairStyle style = StyleOfNewPair(section, scan.style(), nearby.style());
     const long after = scan.insertAfter();
     const bool last = after >= 0 && after == count() - 1 && !LineAt(after).ends_with('\n');
     if (Status status = WriteNewPair(out, style, End().eol(), key, value, last)) {

@@ -57,6 +57,8 @@ public:
     // True when taken from a line.
     bool known() const noexcept { return known_; }
     std::string_view eol() const noexcept { return crlf_ ? "\r\n" : "\n"; }
+    // The same without indentation.
+    void Unindent() noexcept { indent_.size = 0; }
     // The same with the line ending of a neighbouring line.
     void UseEnding(std::string_view line) noexcept { crlf_ = LineEnding(line).size() == 2; }
 

@@ -61,6 +61,18 @@ void NearbyStyle::Feed(std::string_view line, bool afterSection) noexcept
     }
 }
 
+PairStyle StyleOfNewPair(const char *section, const PairStyle &own, const PairStyle &nearby) noexcept
+{
+    if (own.known()) {
+        return own;
+    }
+    PairStyle style = nearby;
+    if (section == nullptr) {
+        style.Unindent();
+    }
+    return style;
+}
+
 void FileEnd::Feed(std::string_view line) noexcept
 {
     ++lines;

@@ -78,6 +78,11 @@ private:
     PairStyle style_;
 };
 
+// The style of a new pair of a section: the section's own (own), else that
+// of the pairs around it (nearby), but never indented before the first
+// section, where pairs stand outside any.
+PairStyle StyleOfNewPair(const char *section, const PairStyle &own, const PairStyle &nearby) noexcept;
+
 // How a file ends, for what is added after its last line. Fed every line
 // in order.
 struct FileEnd {
@@ -106,7 +111,7 @@ Status WriteNewSection(Output &out, PairStyle style, const FileEnd &end, std::st
 // every line in order.
 class KeySurvey {
 public:
-    KeySurvey(const char *section, std::string_view key) noexcept : tracker_(section), scan_(key) {}
+    KeySurvey(const char *section, std::string_view key) noexcept : section_(section), tracker_(section), scan_(key) {}
 
     // True when the line is one of the key's in the section, or the
     // continuation of one: a second survey tells a writer which lines to
@@ -115,14 +120,15 @@ public:
 
     bool sectionFound() const noexcept { return tracker_.found(); }
     const KeyScan &scan() const noexcept { return scan_; }
-    // The style for a new pair: the section's own, else its neighbours'.
-    const PairStyle &style() const noexcept { return scan_.style().known() ? scan_.style() : nearby_.style(); }
+    // The style for a new pair of the section.
+    PairStyle style() const noexcept { return StyleOfNewPair(section_, scan_.style(), nearby_.style()); }
     const FileEnd &end() const noexcept { return end_; }
     // The last line that is not the key's: the file's last once the key's
     // lines are dropped.
     long lastKept() const noexcept { return lastKept_; }
 
 private:
+    const char *section_;
     SectionTracker tracker_;
     KeyScan scan_;
     NearbyStyle nearby_;
