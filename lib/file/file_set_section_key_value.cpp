@@ -9,6 +9,9 @@
 
 namespace {
 
+// No line: the key is replaced, or goes into a new section.
+constexpr long kNoLine = -2;
+
 velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKey, const char *szValue)
 {
     velkc::KeySurvey survey(szSection, szKey);
@@ -17,7 +20,8 @@ velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKe
     }
     velkc::Output &out = rw.out();
     const long keyLine = survey.scan().keyLine();
-    const long insertAfter = survey.sectionFound() && keyLine < 0 ? survey.scan().insertAfter() : -2;
+    // -1: before the first line.
+    const long insertAfter = survey.sectionFound() && keyLine < 0 ? survey.scan().insertAfter() : kNoLine;
     const auto newPair = [&](bool afterUnterminated) {
         return velkc::WriteNewPair(out, survey.style(), survey.end().eol(), szKey, szValue, afterUnterminated);
     };

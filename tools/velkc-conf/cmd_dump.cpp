@@ -18,7 +18,7 @@ struct Pair {
 };
 
 struct Part {
-    velkc::file::Section section;
+    std::optional<std::string> section;
     std::vector<Pair> pairs;
 };
 
@@ -30,14 +30,14 @@ std::error_code ReadParts(const velkc::file::Edit &edit, std::vector<Part> &part
     if (!names) {
         return names.error();
     }
-    std::vector<velkc::file::Section> sections{std::nullopt};
+    std::vector<std::optional<std::string>> sections{std::nullopt};
     std::set<std::string_view, std::less<>> seen;
     for (const std::string_view name : *names) {
         if (seen.insert(name).second) {
             sections.emplace_back(name);
         }
     }
-    for (const velkc::file::Section &section : sections) {
+    for (const std::optional<std::string> &section : sections) {
         const velkc::Result<velkc::List> keys = edit.keys(section);
         if (!keys) {
             return keys.error();
