@@ -242,6 +242,33 @@ TEST_F(SectionEdit, RepeatedKeysAndContinuedValues)
     EXPECT_NE(ReadFile(shares).find("[media]\n   path = /srv/old-media\n"), std::string::npos);
 }
 
+// A last line without a line ending, ending in a "\r" or not, and a value
+// whose backslash would run its line on: a key added and removed again still
+// leaves the file as it was, in a transaction and in one call each.
+TEST_F(SectionEdit, UnfinishedLastLinesAndBackslashesComeBack)
+{
+    const fs::path file = Path("conf");
+    for (const std::string text : {"[s]\na=1\r", "[s]\na=1", "[s]\r\na=1\r", "[s]\na=x\\\n\n[t]\n"}) {
+        for (const char *value : {"v", "C:\\dir\\"}) {
+            SCOPED_TRACE(testing::PrintToString(text) + " " + value);
+            WriteFile(file, text);
+            const std::optional<std::string> a = ReadValue(file, "s", "a");
+            ASSERT_EQ(VELKCFileSetSectionKeyValue(file.c_str(), "s", "k", value), 1);
+            EXPECT_EQ(ReadValue(file, "s", "k"), value);
+            EXPECT_EQ(ReadValue(file, "s", "a"), a);
+            ASSERT_EQ(VELKCFileRemoveSectionKey(file.c_str(), "s", "k"), 1);
+            EXPECT_EQ(ReadFile(file), text);
+            Transaction transaction(file);
+            ASSERT_EQ(VELKCFileEditSetValue(transaction.edit, "s", "k", value), 1);
+            ASSERT_EQ(transaction.Commit(), 1);
+            Transaction removing(file);
+            ASSERT_EQ(VELKCFileEditRemoveKey(removing.edit, "s", "k"), 1);
+            ASSERT_EQ(removing.Commit(), 1);
+            EXPECT_EQ(ReadFile(file), text);
+        }
+    }
+}
+
 TEST_F(SectionEdit, MissingSectionGoesAtTheEndInTheFilesStyle)
 {
     const fs::path ini = Copy("legacy.ini");

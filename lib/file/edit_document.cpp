@@ -208,7 +208,7 @@ Status EditDocument::SetValue(const char *section, const char *key, const char *
     const PairStyle style = StyleOfNewPair(section, scan.style(), nearby.style());
     const long after = scan.insertAfter();
     const bool last = after >= 0 && after == count() - 1 && !LineAt(after).ends_with('\n');
-    if (Status status = WriteNewPair(out, style, End().eol(), key, value, last)) {
+    if (Status status = WriteNewPair(out, style, End().eol(), key, value, after >= 0 ? LineAt(after) : "")) {
         return status;
     }
     return last ? Append(out.contents()) : Insert(after >= 0 ? after + 1 : range.begin, out.contents());
@@ -218,7 +218,7 @@ Status EditDocument::RemoveKey(const char *section, const char *key, long &remov
 {
     const Range range = Find(section);
     sectionFound = range.found;
-    const bool unterminated = count() > 0 && !LineAt(count() - 1).ends_with('\n');
+    const FileEnd end = End();
     KeyScan scan(key);
     long kept = range.begin;
     for (long i = range.begin; i < range.end; ++i) {
@@ -231,7 +231,7 @@ Status EditDocument::RemoveKey(const char *section, const char *key, long &remov
     // The key's lines now stand at [kept, range.end).
     Erase(kept, range.end);
     if (removedLast) {
-        KeepUnterminatedEnd(unterminated);
+        KeepUnterminatedEnd(end);
     }
     return kOk;
 }
@@ -279,14 +279,14 @@ Status EditDocument::RemoveSection(const char *name, bool &found)
     // The last section takes the blank lines before it along, so that a
     // section added and removed again leaves the file as it was.
     const bool last = range.end == count();
-    const bool unterminated = count() > 0 && !LineAt(count() - 1).ends_with('\n');
+    const FileEnd end = End();
     long begin = range.begin;
     while (last && begin > 0 && IsBlankLine(LineAt(begin - 1))) {
         --begin;
     }
     Erase(begin, range.end);
     if (last) {
-        KeepUnterminatedEnd(unterminated);
+        KeepUnterminatedEnd(end);
     }
     return kOk;
 }
@@ -427,11 +427,11 @@ void EditDocument::Erase(long begin, long end) noexcept
     changed_ = true;
 }
 
-void EditDocument::KeepUnterminatedEnd(bool wasUnterminated) noexcept
+void EditDocument::KeepUnterminatedEnd(const FileEnd &old) noexcept
 {
-    if (wasUnterminated && count() > 0) {
+    if (old.unterminated && count() > 0) {
         Line &line = lines_[count() - 1];
-        line.size -= line.view().ends_with('\n') ? LineEnding(line.view()).size() : 0;
+        line.size -= EndingToDrop(line.view(), old);
     }
 }
 

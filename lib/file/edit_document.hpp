@@ -84,8 +84,8 @@ private:
     // Frees the line's text when the document owns it.
     void Release(long at) noexcept;
     // After lines were removed from the end: the new last line loses its
-    // line ending when the old last line had none.
-    void KeepUnterminatedEnd(bool wasUnterminated) noexcept;
+    // line ending when the old last line, as old ended, had none.
+    void KeepUnterminatedEnd(const FileEnd &old) noexcept;
     Status Reserve(std::size_t more);
 
     MallocPtr<char> text_; // the file as read

@@ -37,7 +37,7 @@ extern "C" int VELKCFileRemoveSectionKey(const char *szFile, const char *szSecti
             return velkc::kOk;
         }
         if (trimLastKept && at == survey.lastKept()) {
-            line = line.substr(0, line.size() - velkc::LineEnding(line).size());
+            line.remove_suffix(velkc::EndingToDrop(line, survey.end()));
         }
         return rw.out().Write(line);
     });

@@ -22,11 +22,11 @@ velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKe
     const long keyLine = survey.scan().keyLine();
     // -1: before the first line.
     const long insertAfter = survey.sectionFound() && keyLine < 0 ? survey.scan().insertAfter() : kNoLine;
-    const auto newPair = [&](bool afterUnterminated) {
-        return velkc::WriteNewPair(out, survey.style(), survey.end().eol(), szKey, szValue, afterUnterminated);
+    const auto newPair = [&](std::string_view after) {
+        return velkc::WriteNewPair(out, survey.style(), survey.end().eol(), szKey, szValue, after);
     };
     if (insertAfter == -1) {
-        if (velkc::Status status = newPair(false)) {
+        if (velkc::Status status = newPair("")) {
             return status;
         }
     }
@@ -38,7 +38,7 @@ velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKe
             return velkc::WriteWithValue(out, line, *velkc::SplitPair(line), szValue);
         }
         velkc::Status copied = out.Write(line);
-        return copied == velkc::kOk && at == insertAfter ? newPair(!line.ends_with('\n')) : copied;
+        return copied == velkc::kOk && at == insertAfter ? newPair(line) : copied;
     });
     if (status == velkc::kOk && !survey.sectionFound()) {
         status = velkc::WriteNewSection(out, survey.style(), survey.end(), szSection, szKey, szValue);

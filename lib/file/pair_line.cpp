@@ -30,10 +30,11 @@ std::string_view Trimmed(std::string_view text) noexcept
     return IsQuoted(text) ? text.substr(1, text.size() - 2) : text;
 }
 
-// value, inside quotes where the readers would otherwise trim it.
+// value, inside quotes where the readers would otherwise trim it, or where
+// a backslash at its end would run its line on into the next.
 Status WriteValue(Output &out, std::string_view value)
 {
-    if (ReadsBackWhole(value)) {
+    if (ReadsBackWhole(value) && !value.ends_with('\\')) {
         return out.Write(value);
     }
     Status status = out.Write("\"");

@@ -77,6 +77,7 @@ void FileEnd::Feed(std::string_view line) noexcept
 {
     ++lines;
     unterminated = !line.ends_with('\n');
+    danglingCr = unterminated && line.ends_with('\r');
     blank = IsBlankLine(line);
     if (!unterminated) {
         crlf = line.ends_with("\r\n");
@@ -84,17 +85,30 @@ void FileEnd::Feed(std::string_view line) noexcept
 }
 
 Status WriteNewPair(Output &out, PairStyle style, std::string_view eol, std::string_view key, std::string_view value,
-                    bool afterUnterminated)
+                    std::string_view after)
 {
     if (!style.known()) {
         style.UseEnding(eol);
     }
-    if (afterUnterminated) {
-        if (Status status = out.Write(style.eol())) {
-            return status;
-        }
+    FileEnd end;
+    end.Feed(after.empty() ? "\n" : after);
+    if (!end.unterminated) {
+        return style.Write(out, key, value);
     }
-    return style.Write(out, key, value, !afterUnterminated);
+    // A dangling "\r" gets its "\n"; the pair takes its place at the end.
+    Status status = out.Write(end.danglingCr ? "\n" : style.eol());
+    if (status == kOk) {
+        status = style.Write(out, key, value, false);
+    }
+    return status == kOk && end.danglingCr ? out.Write("\r") : status;
+}
+
+std::size_t EndingToDrop(std::string_view line, const FileEnd &old) noexcept
+{
+    if (!line.ends_with('\n')) {
+        return 0;
+    }
+    return old.danglingCr && line.ends_with("\r\n") ? 1 : LineEnding(line).size();
 }
 
 Status WriteNewSection(Output &out, PairStyle style, const FileEnd &end, std::string_view section, const char *key,

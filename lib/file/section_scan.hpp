@@ -88,6 +88,7 @@ PairStyle StyleOfNewPair(const char *section, const PairStyle &own, const PairSt
 struct FileEnd {
     long lines = 0;
     bool unterminated = false; // the last line has no line ending
+    bool danglingCr = false;   // ... and ends in a "\r", a CR LF cut short
     bool blank = false;        // the last line is blank
     bool crlf = false;         // the last line ending in the file is "\r\n"
 
@@ -96,11 +97,17 @@ struct FileEnd {
 };
 
 // Writes a new pair line in style (a line ending of the file's, eol, where
-// the style knows none). After the file's unterminated last line it goes on
-// a line of its own and becomes the unterminated last line, so that
-// removing it again gives the file back.
+// the style knows none) after the line after ("" before the first line).
+// After the file's unterminated last line it goes on a line of its own and
+// becomes the unterminated last line, with the "\r" that line dangled, so
+// that removing it again gives the file back.
 Status WriteNewPair(Output &out, PairStyle style, std::string_view eol, std::string_view key, std::string_view value,
-                    bool afterUnterminated);
+                    std::string_view after);
+
+// The bytes to drop from the end of line when it becomes the file's last
+// one in place of an unterminated last line: its line ending, but the "\r"
+// of it that the old last line dangled (see FileEnd).
+std::size_t EndingToDrop(std::string_view line, const FileEnd &old) noexcept;
 
 // Writes a new section at the end of a file that ends as end says: after a
 // blank line, its header, then the pair of key and value when key is given.
