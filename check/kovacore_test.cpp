@@ -2,8 +2,8 @@
 // random text.
 #include "kovacore_test.h"
 
-#include "internal.hpp"
-#include "report.hpp"
+#include "internal/internal.hpp"
+#include "internal/report.hpp"
 
 #include <cstdio>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #include "file/path_walk.hpp"
 #include "file/write_lock.hpp"
 #include "file_support.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <algorithm>
 #include <atomic>

@@ -2,7 +2,7 @@
 // versions it could have written, and where the file system can make
 // unnamed files hardly any temporary file is left beside it.
 #include "file_support.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <algorithm>
 #include <chrono>

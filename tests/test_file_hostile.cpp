@@ -3,7 +3,7 @@
 // links, names at the length limits, over-long lines, and pairs that would
 // smuggle in lines of their own.
 #include "file_support.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <climits>
 #include <cstring>

@@ -20,7 +20,7 @@
 // old file leaves.
 #include "fault_interposer.hpp"
 #include "file_support.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <algorithm>
 #include <cstdio>

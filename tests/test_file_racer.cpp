@@ -9,7 +9,7 @@
 // new mode, or block. A refusal is not an escape. The user is an id no
 // account has, taken on in forked children; the test needs root.
 #include "file_support.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
 // Running programs: exit statuses, the SIGCHLD disposition, child-side
 // preparations and the lock table in forked children.
-#include "internal.hpp"
+#include "internal/internal.hpp"
 #include "support.hpp"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Copying extended attributes.
 #include "attributes.hpp"
 
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // Extended attributes carried over from a rewritten file to its successor.
 #pragma once
 
-#include "status.hpp"
+#include "internal/status.hpp"
 
 namespace velkc {
 

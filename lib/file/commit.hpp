@@ -5,7 +5,7 @@
 #pragma once
 
 #include "output.hpp"
-#include "status.hpp"
+#include "internal/status.hpp"
 #include "temp_file.hpp"
 
 #include <sys/types.h>

@@ -3,10 +3,10 @@
 // change them, and written out in one piece.
 #pragma once
 
-#include "internal.hpp"
+#include "internal/internal.hpp"
 #include "output.hpp"
 #include "section_scan.hpp"
-#include "status.hpp"
+#include "internal/status.hpp"
 
 #include <velkc/list.h>
 

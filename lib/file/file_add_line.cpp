@@ -1,6 +1,6 @@
 // VELKCFileAddLine: insert a line before or after the line matching a
 // pattern, as the first line, or at the end of the file.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 namespace {

@@ -1,6 +1,6 @@
 // VELKCFileAddLineByKey: insert a line before or after the first line whose
 // tokens match a pattern list, or append it.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 namespace {

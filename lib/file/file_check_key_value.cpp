@@ -1,6 +1,6 @@
 // VELKCFileCheckKeyValue: does a key hold a given value.
 
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

@@ -1,5 +1,5 @@
 // VELKCFileCloseLock: close every lock file the calling thread holds open.
-#include "lock_table.hpp"
+#include "internal/lock_table.hpp"
 
 #include <cstdio>
 

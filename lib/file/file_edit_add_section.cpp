@@ -1,6 +1,6 @@
 // VELKCFileEditAddSection: add an empty section to a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "section_output.hpp"
 
 extern "C" int VELKCFileEditAddSection(VELKCFileEdit *pEdit, const char *szSection) noexcept

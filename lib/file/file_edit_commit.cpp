@@ -1,6 +1,6 @@
 // VELKCFileEditCommit: write a transaction's changes in one commit.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <memory>
 

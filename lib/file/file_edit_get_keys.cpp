@@ -1,6 +1,6 @@
 // VELKCFileEditGetKeys: the keys of a section of a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 extern "C" int VELKCFileEditGetKeys(VELKCFileEdit *pEdit, const char *szSection, SzList **ppList) noexcept
 {

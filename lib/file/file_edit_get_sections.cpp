@@ -1,6 +1,6 @@
 // VELKCFileEditGetSections: the section names of a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 extern "C" int VELKCFileEditGetSections(VELKCFileEdit *pEdit, SzList **ppList) noexcept
 {

@@ -1,6 +1,6 @@
 // VELKCFileEditGetText: a transaction's file as read, or as it stands.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <climits>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // VELKCFileEditGetValue: a value of a section in a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <climits>
 

@@ -1,6 +1,6 @@
 // VELKCFileEditOpen: take a file's writers' lock and read it into memory.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <memory>
 #include <new>

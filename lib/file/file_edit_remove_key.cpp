@@ -1,6 +1,6 @@
 // VELKCFileEditRemoveKey: remove a key of a section in a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 extern "C" int VELKCFileEditRemoveKey(VELKCFileEdit *pEdit, const char *szSection, const char *szKey) noexcept
 {

@@ -1,6 +1,6 @@
 // VELKCFileEditRemoveSection: remove a section of a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 extern "C" int VELKCFileEditRemoveSection(VELKCFileEdit *pEdit, const char *szSection) noexcept
 {

@@ -1,6 +1,6 @@
 // VELKCFileEditRenameSection: rename a section of a transaction's file.
 #include "edit.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "section_output.hpp"
 
 extern "C" int VELKCFileEditRenameSection(VELKCFileEdit *pEdit, const char *szSection, const char *szNewName) noexcept

@@ -2,7 +2,7 @@
 #include "edit.hpp"
 #include "line_model.hpp"
 #include "pair_line.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "section_output.hpp"
 
 extern "C" int VELKCFileEditSetValue(VELKCFileEdit *pEdit, const char *szSection, const char *szKey,

@@ -1,6 +1,6 @@
 // VELKCFileEnumSection: the names of all sections, in file order.
 #include "line_reader.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

@@ -3,7 +3,7 @@
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "owned_container.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>

@@ -1,7 +1,7 @@
 // VELKCFileGetLine: the first (or last) line that matches a pattern.
 #include "line_model.hpp"
 #include "line_reader.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

@@ -2,7 +2,7 @@
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "pair_splitter.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

@@ -1,5 +1,5 @@
 // VELKCFileHash2File: write a section header and a table's pairs to a stream.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "section_output.hpp"
 
 #include <velkc/file.h>

@@ -1,5 +1,5 @@
 // VELKCFileLineComment: comment out, or back in, the lines holding a pattern.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 #include <algorithm>

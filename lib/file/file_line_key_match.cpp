@@ -1,6 +1,6 @@
 // VELKCILineKeyMatch: is a line the line of a given key.
 #include "line_model.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <cstring>
 

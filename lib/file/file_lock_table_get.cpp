@@ -1,7 +1,7 @@
 // VELKCFileLockTableGet: the calling thread's table of lock files, created
 // on first use, closed at thread exit and reset in forked children.
-#include "lock_table.hpp"
-#include "report.hpp"
+#include "internal/lock_table.hpp"
+#include "internal/report.hpp"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,6 +1,6 @@
 // VELKCIFileMatchSection: is a line the header of a named section.
 
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

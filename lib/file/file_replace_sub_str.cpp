@@ -1,5 +1,5 @@
 // VELKCFileReplaceSubStr: replace every occurrence of a text in every line.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 #include <cstring>

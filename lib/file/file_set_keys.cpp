@@ -1,7 +1,7 @@
 // VELKCFileSetKeys: set many keys at once and drop others.
 #include "line_model.hpp"
 #include "owned_container.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

@@ -1,5 +1,5 @@
 // VELKCFileSetLine: replace or delete the line matching a pattern.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 namespace {

@@ -1,6 +1,6 @@
 // VELKCFileSetLineByKey: replace every line whose tokens match a pattern
 // list.
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 
 extern "C" int VELKCFileSetLineByKey(const char *szFile, const SzList *pPattern, const char *szLine,

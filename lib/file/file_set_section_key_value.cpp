@@ -2,7 +2,7 @@
 // else in the file.
 #include "line_model.hpp"
 #include "pair_line.hpp"
-#include "report.hpp"
+#include "internal/report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 #include "section_scan.hpp"

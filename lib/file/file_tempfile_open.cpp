@@ -1,7 +1,7 @@
 // VELKCFileTempFileOpen: create a unique file from a mkstemp template and
 // open it for writing.
-#include "internal.hpp"
-#include "report.hpp"
+#include "internal/internal.hpp"
+#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

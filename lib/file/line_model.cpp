@@ -1,7 +1,7 @@
 // Line classification shared by the configuration-file functions.
 #include "line_model.hpp"
 
-#include "internal.hpp"
+#include "internal/internal.hpp"
 
 #include <velkc/unicode.h>
 

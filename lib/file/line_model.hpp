@@ -1,7 +1,7 @@
 // Line classification shared by the configuration-file functions.
 #pragma once
 
-#include "status.hpp"
+#include "internal/status.hpp"
 
 #include <velkc/file.h>
 

@@ -12,8 +12,8 @@
 // own: callers record error() at their own failure site.
 #pragma once
 
-#include "internal.hpp"
-#include "status.hpp"
+#include "internal/internal.hpp"
+#include "internal/status.hpp"
 
 #include <velkc/file.h>
 

@@ -3,7 +3,7 @@
 // for an in-place append that must reach the file in one write.
 #pragma once
 
-#include "status.hpp"
+#include "internal/status.hpp"
 
 #include <cstddef>
 #include <string_view>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "output.hpp"
-#include "status.hpp"
+#include "internal/status.hpp"
 
 #include <cstddef>
 #include <optional>

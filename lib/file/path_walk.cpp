@@ -1,7 +1,7 @@
 // The walk that resolves a writer's target.
 #include "path_walk.hpp"
 
-#include "report.hpp"
+#include "internal/report.hpp"
 
 #include <cerrno>
 #include <cstdlib>

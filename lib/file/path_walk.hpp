@@ -16,8 +16,8 @@
 // while a link planted by another user is not.
 #pragma once
 
-#include "internal.hpp"
-#include "status.hpp"
+#include "internal/internal.hpp"
+#include "internal/status.hpp"
 
 #include <climits>
 #include <sys/stat.h>

@@ -3,9 +3,9 @@
 // under the writers' lock (write_lock.hpp).
 #pragma once
 
-#include "internal.hpp"
+#include "internal/internal.hpp"
 #include "path_walk.hpp"
-#include "status.hpp"
+#include "internal/status.hpp"
 #include "write_lock.hpp"
 
 #include <sys/stat.h>

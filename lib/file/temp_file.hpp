@@ -16,8 +16,8 @@
 // moves is always the writer's file.
 #pragma once
 
-#include "internal.hpp"
-#include "status.hpp"
+#include "internal/internal.hpp"
+#include "internal/status.hpp"
 
 #include <climits>
 #include <sys/stat.h>

@@ -15,8 +15,8 @@
 // at once (a fork handler), so that the lock goes when the writer lets go.
 #pragma once
 
-#include "internal.hpp"
-#include "status.hpp"
+#include "internal/internal.hpp"
+#include "internal/status.hpp"
 
 #include <sys/stat.h>
 

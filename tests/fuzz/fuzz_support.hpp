@@ -4,7 +4,7 @@
 #pragma once
 
 #include "file/owned_container.hpp"
-#include "internal.hpp"
+#include "internal/internal.hpp"
 #include "support.hpp"
 
 #include <fuzzer/FuzzedDataProvider.h>

@@ -1,0 +1,13 @@
+// VELKCSzListFind: the index of an item equal byte for byte.
+#include "list_internal.hpp"
+#include "internal/report.hpp"
+
+// A Unicode-sorted list is refused: its order would mislead the search.
+extern "C" VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz) noexcept
+{
+    if (pList == nullptr || sz == nullptr || pList->fMode == OP_UNICODE_SORTED) {
+        VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+        return -1;
+    }
+    return velkc::list::Lookup(pList, sz, false);
+}
