@@ -1,6 +1,7 @@
 // VELKCErrString: one distinct text per error code.
 #include <velkc.h>
 
+#include <fstream>
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
@@ -8,11 +9,9 @@
 namespace {
 
 constexpr unsigned int kCodes[] = {
-    ERR_SUCCESS,          ERR_NOT_ENOUGH_MEMORY, ERR_OUT_OF_MEMORY, ERR_OPEN_FAILED,   ERR_READ_FAILED,
-    ERR_WRITE_FAILED,     ERR_BAD_PARAMETERS,    ERR_KEY_NOT_FOUND, ERR_KEY_EXISTS,    ERR_SECTION_NOT_FOUND,
-    ERR_QUOTA_EXCEEDED,   ERR_SEEK_FAILED,       ERR_STAT_FAILED,   ERR_RENAME_FAILED, ERR_LOCK_TIMEOUT,
-    ERR_OPERATION_FAILED, ERR_UNSAFE_LINK,       ERR_NOT_DURABLE,   ERR_FORMAT_ERROR,  ERR_UNICODE_FAILED,
-    ERR_FORK_FAILED,
+#define CODE(name, cxx, text, meaning) name,
+    VELKC_ERROR_CODES(CODE)
+#undef CODE
 };
 
 const std::string kUnknown = VELKCErrString(0xFF00);
@@ -36,6 +35,26 @@ TEST(ErrString, UnknownCodesShareTheGenericText)
         EXPECT_EQ(VELKCErrString(code), kUnknown) << std::hex << code;
     }
     EXPECT_STREQ(VELKCErrString(ERR_SUCCESS), "no error");
+}
+
+// The table is the one list of the codes: no ERR_ constant of the header
+// may be missing from it.
+TEST(ErrString, EveryConstantHasARowInTheTable)
+{
+    std::set<std::string> defined;
+    std::ifstream header(VELKC_ERROR_HEADER);
+    for (std::string line; std::getline(header, line);) {
+        if (line.starts_with("#define ERR_")) {
+            defined.insert(line.substr(8, line.find(' ', 8) - 8));
+        }
+    }
+    const std::set<std::string> listed = {
+#define NAME(name, cxx, text, meaning) #name,
+        VELKC_ERROR_CODES(NAME)
+#undef NAME
+    };
+    EXPECT_FALSE(defined.empty());
+    EXPECT_EQ(defined, listed);
 }
 
 } // namespace

@@ -13,28 +13,9 @@ struct CodeText {
 
 // Texts complete a message such as "velkc-conf: FILE: cannot open file".
 constexpr std::array kCodeTexts{
-    CodeText{ERR_SUCCESS, "no error"},
-    CodeText{ERR_NOT_ENOUGH_MEMORY, "result does not fit in the buffer"},
-    CodeText{ERR_OUT_OF_MEMORY, "out of memory"},
-    CodeText{ERR_OPEN_FAILED, "cannot open file"},
-    CodeText{ERR_READ_FAILED, "cannot read file"},
-    CodeText{ERR_WRITE_FAILED, "cannot write file"},
-    CodeText{ERR_BAD_PARAMETERS, "bad parameters"},
-    CodeText{ERR_KEY_NOT_FOUND, "key not found"},
-    CodeText{ERR_KEY_EXISTS, "key already exists"},
-    CodeText{ERR_SECTION_NOT_FOUND, "section not found"},
-    CodeText{ERR_QUOTA_EXCEEDED, "disk quota exceeded"},
-    CodeText{ERR_SEEK_FAILED, "cannot seek in file"},
-    CodeText{ERR_STAT_FAILED, "cannot get file status"},
-    CodeText{ERR_RENAME_FAILED, "cannot rename temporary file"},
-    CodeText{ERR_LOCK_TIMEOUT, "timed out waiting for the file lock"},
-    CodeText{ERR_OPERATION_FAILED, "operation failed"},
-    CodeText{ERR_UNSAFE_LINK, "refused to follow a link another user controls"},
-    CodeText{ERR_NOT_DURABLE, "change made but not confirmed on disk"},
-    CodeText{ERR_FILE_TOO_LARGE, "file too large to edit in memory"},
-    CodeText{ERR_FORMAT_ERROR, "bad file format"},
-    CodeText{ERR_UNICODE_FAILED, "unicode conversion failed"},
-    CodeText{ERR_FORK_FAILED, "cannot fork"},
+#define VELKC_CODE_TEXT(name, cxx, text, meaning) CodeText{name, text},
+    VELKC_ERROR_CODES(VELKC_CODE_TEXT)
+#undef VELKC_CODE_TEXT
 };
 
 constexpr const char *kUnknownText = "unknown error";

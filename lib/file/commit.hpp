@@ -4,8 +4,8 @@
 // once reported, and a power loss before that leaves the old file whole.
 #pragma once
 
-#include "output.hpp"
 #include "internal/status.hpp"
+#include "output.hpp"
 #include "temp_file.hpp"
 
 #include <sys/types.h>

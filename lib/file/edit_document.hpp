@@ -4,9 +4,9 @@
 #pragma once
 
 #include "internal/internal.hpp"
+#include "internal/status.hpp"
 #include "output.hpp"
 #include "section_scan.hpp"
-#include "internal/status.hpp"
 
 #include <velkc/list.h>
 

@@ -1,6 +1,6 @@
 // VELKCFileAddSection: append a section unless one of that name exists.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

@@ -1,6 +1,6 @@
 // VELKCFileAppendKey: append a key/value line unless the key is present.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

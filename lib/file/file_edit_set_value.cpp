@@ -1,8 +1,8 @@
 // VELKCFileEditSetValue: set a key of a section in a transaction's file.
 #include "edit.hpp"
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "pair_line.hpp"
-#include "internal/report.hpp"
 #include "section_output.hpp"
 
 extern "C" int VELKCFileEditSetValue(VELKCFileEdit *pEdit, const char *szSection, const char *szKey,

@@ -1,6 +1,6 @@
 // VELKCFileEnumSection: the names of all sections, in file order.
-#include "line_reader.hpp"
 #include "internal/report.hpp"
+#include "line_reader.hpp"
 
 #include <velkc/file.h>
 

@@ -1,7 +1,7 @@
 // VELKCFileGetKeyValue: the value of a key, or only the size it needs.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
-#include "internal/report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>

@@ -1,9 +1,9 @@
 // VELKCFileGetKeys: the pairs of chosen keys, or of all keys, split at any
 // of a set of separators.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "owned_container.hpp"
-#include "internal/report.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>

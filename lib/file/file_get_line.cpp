@@ -1,7 +1,7 @@
 // VELKCFileGetLine: the first (or last) line that matches a pattern.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
-#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

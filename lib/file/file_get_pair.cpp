@@ -1,8 +1,8 @@
 // VELKCFileGetPair: every "key=value" pair of a file into a hash.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
 #include "pair_splitter.hpp"
-#include "internal/report.hpp"
 
 #include <velkc/file.h>
 

@@ -1,6 +1,6 @@
 // VELKCFileGetSectionValue: one value of a section.
-#include "owned_container.hpp"
 #include "internal/report.hpp"
+#include "owned_container.hpp"
 
 #include <velkc/file.h>
 

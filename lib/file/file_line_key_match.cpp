@@ -1,6 +1,6 @@
 // VELKCILineKeyMatch: is a line the line of a given key.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 
 #include <cstring>
 

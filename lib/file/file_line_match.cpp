@@ -1,7 +1,7 @@
 // VELKCILineMatch: does a line contain, begin with or end with a pattern,
 // optionally without regard to case.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 
 extern "C" int VELKCILineMatch(const char *szLine, const char *szPattern, int flags) noexcept
 {

@@ -1,7 +1,7 @@
 // VELKCFileMatch: does a line's token list begin with a pattern list.
 #include "internal/internal.hpp"
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 
 #include <velkc/file.h>
 #include <velkc/str.h>

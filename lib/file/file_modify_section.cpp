@@ -1,6 +1,6 @@
 // VELKCIFileModifySection: replace, rename or delete every section of a name.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

@@ -1,7 +1,7 @@
 // VELKCFileReadLines: the raw lines of a file, in pieces of at most 1023
 // bytes.
-#include "line_reader.hpp"
 #include "internal/report.hpp"
+#include "line_reader.hpp"
 
 #include <velkc/file.h>
 

@@ -1,6 +1,6 @@
 // VELKCFileRemoveKey: drop every line of a key.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 
 extern "C" int VELKCFileRemoveKey(const char *szFile, const char *szKey) noexcept

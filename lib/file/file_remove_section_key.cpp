@@ -1,7 +1,7 @@
 // VELKCFileRemoveSectionKey: remove one key of one section, changing
 // nothing else in the file.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_scan.hpp"
 

@@ -1,7 +1,7 @@
 // VELKCFileSetKeyValue: set a key's value, replacing its line or appending
 // one.
-#include "line_model.hpp"
 #include "internal/report.hpp"
+#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

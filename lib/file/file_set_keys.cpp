@@ -1,7 +1,7 @@
 // VELKCFileSetKeys: set many keys at once and drop others.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "owned_container.hpp"
-#include "internal/report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 

@@ -1,8 +1,8 @@
 // VELKCFileSetSectionKeyValue: set one key of one section, changing nothing
 // else in the file.
+#include "internal/report.hpp"
 #include "line_model.hpp"
 #include "pair_line.hpp"
-#include "internal/report.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
 #include "section_scan.hpp"

@@ -2,8 +2,8 @@
 // section editors write in a file's own style.
 #pragma once
 
-#include "output.hpp"
 #include "internal/status.hpp"
+#include "output.hpp"
 
 #include <cstddef>
 #include <optional>

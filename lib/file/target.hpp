@@ -4,8 +4,8 @@
 #pragma once
 
 #include "internal/internal.hpp"
-#include "path_walk.hpp"
 #include "internal/status.hpp"
+#include "path_walk.hpp"
 #include "write_lock.hpp"
 
 #include <sys/stat.h>

@@ -57,28 +57,11 @@ namespace velkc {
  * out_of_memory that an allocation failed.
  */
 enum class errc : unsigned int {
-    success = ERR_SUCCESS,
-    not_enough_memory = ERR_NOT_ENOUGH_MEMORY,
-    out_of_memory = ERR_OUT_OF_MEMORY,
-    open_failed = ERR_OPEN_FAILED,
-    read_failed = ERR_READ_FAILED,
-    write_failed = ERR_WRITE_FAILED,
-    bad_parameters = ERR_BAD_PARAMETERS,
-    key_not_found = ERR_KEY_NOT_FOUND,
-    key_exists = ERR_KEY_EXISTS,
-    section_not_found = ERR_SECTION_NOT_FOUND,
-    quota_exceeded = ERR_QUOTA_EXCEEDED,
-    seek_failed = ERR_SEEK_FAILED,
-    stat_failed = ERR_STAT_FAILED,
-    rename_failed = ERR_RENAME_FAILED,
-    lock_timeout = ERR_LOCK_TIMEOUT,
-    operation_failed = ERR_OPERATION_FAILED,
-    unsafe_link = ERR_UNSAFE_LINK,
-    not_durable = ERR_NOT_DURABLE,
-    file_too_large = ERR_FILE_TOO_LARGE,
-    format_error = ERR_FORMAT_ERROR,
-    unicode_failed = ERR_UNICODE_FAILED,
-    fork_failed = ERR_FORK_FAILED,
+/** @cond */
+#define VELKC_ERRC(name, cxx, text, meaning) cxx = name,
+    VELKC_ERROR_CODES(VELKC_ERRC)
+#undef VELKC_ERRC
+    /** @endcond */
 };
 
 /**

@@ -1,6 +1,6 @@
 // VELKCSzListAlloc: a new empty list of at least 512 bytes.
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // VELKCSzListAnd: the intersection of two lists, as a new list or in place.
-#include "list_combine.hpp"
 #include "internal/report.hpp"
+#include "list_combine.hpp"
 
 #include <cstring>
 

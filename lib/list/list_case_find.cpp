@@ -1,6 +1,6 @@
 // VELKCSzListCaseFind: the index of an item equal ignoring case.
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 // A byte-sorted list is refused: its order would mislead the search.
 extern "C" VELKC_API int VELKCSzListCaseFind(const SzList *pList, const char *sz) noexcept

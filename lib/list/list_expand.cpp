@@ -1,6 +1,6 @@
 // VELKCISzListExpand: moves a list into a block of twice the size.
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 #include <climits>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // VELKCSzListFind: the index of an item equal byte for byte.
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 // A Unicode-sorted list is refused: its order would mislead the search.
 extern "C" VELKC_API int VELKCSzListFind(const SzList *pList, const char *sz) noexcept

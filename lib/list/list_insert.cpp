@@ -1,8 +1,8 @@
 // VELKCSzListInsert: stores a copy of a string at an index, or at its
 // sorted position, growing the list as needed.
 #include "internal/internal.hpp"
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 #include <climits>
 #include <cstring>

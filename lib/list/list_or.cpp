@@ -1,6 +1,6 @@
 // VELKCSzListOr: the union of two lists, as a new list or in place.
-#include "list_combine.hpp"
 #include "internal/report.hpp"
+#include "list_combine.hpp"
 
 namespace {
 

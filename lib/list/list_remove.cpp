@@ -1,6 +1,6 @@
 // VELKCSzListRemove: takes the item at an index out of the list.
-#include "list_internal.hpp"
 #include "internal/report.hpp"
+#include "list_internal.hpp"
 
 #include <cstring>
 

@@ -1,9 +1,9 @@
 // VELKCExecl: run a program with a null-terminated argument list and wait
 // for its exit status.
-#include "internal/lock_table.hpp"
 #include "internal/internal.hpp"
-#include "proc_child.hpp"
+#include "internal/lock_table.hpp"
 #include "internal/report.hpp"
+#include "proc_child.hpp"
 
 #include <velkc/proc.h>
 

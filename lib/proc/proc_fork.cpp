@@ -4,10 +4,10 @@
 // no longer exists in it, the allocator's and stdio's included. So the
 // child-side preparations use system calls only: what they need is built in
 // the parent before the fork.
-#include "internal/lock_table.hpp"
 #include "internal/internal.hpp"
-#include "proc_child.hpp"
+#include "internal/lock_table.hpp"
 #include "internal/report.hpp"
+#include "proc_child.hpp"
 
 #include <velkc/proc.h>
 
