@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Compiles a C and a C++ program that include <velkc.h> under strict ISO
 # settings, so that the public headers stay usable by programs built with
-# -pedantic -Werror, the records ending in a flexible array member included.
+# -pedantic -Werror, the records ending in a flexible array member included;
+# and each C++ module header on its own, so that each holds what it needs.
 #
 #   headers_pedantic.sh CC CXX INCLUDE_DIR
 set -euo pipefail
@@ -31,4 +32,8 @@ strict=(-pedantic -Wall -Wextra -Werror -I "$include" -c)
 for std in c++17 c++20; do
     "$cxx" -std="$std" "${strict[@]}" -o "$work/use_$std.o" "$work/use.cpp"
 done
-echo "headers clean under -pedantic: C11, C++17, C++20"
+for module in "$include"/velkc/*.hpp; do
+    printf '#include <velkc/%s>\n' "${module##*/}" >"$work/module.cpp"
+    "$cxx" -std=c++17 "${strict[@]}" -o "$work/module.o" "$work/module.cpp"
+done
+echo "headers clean under -pedantic: C11, C++17, C++20, each C++ module alone"
