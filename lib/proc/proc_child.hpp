@@ -1,14 +1,16 @@
-// Preparations of a started child, shared by VELKCProcForkEx and
-// VELKCExecl. They may run in a child that shares the caller's memory until
-// it execs: raw system calls only, nothing from the allocator or stdio, and
-// no sanitizer instrumentation, whose run-time state would be the caller's.
+// Starting a child, shared by VELKCProcForkEx and VELKCExecl: one plan of
+// the child's preparations, made in the parent, and one function that
+// carries it out in the child, whichever way the child was started (a fork,
+// or a clone that shares the caller's memory until it execs). In the second
+// case the child may use raw system calls only, nothing from the allocator
+// or stdio, and no sanitizer instrumentation, whose run-time state would be
+// the caller's: so does the plan's code.
 #pragma once
 
 #include "internal/internal.hpp"
+#include "internal/lock_table.hpp"
 
-#include <fcntl.h>
-#include <sys/syscall.h>
-#include <unistd.h>
+#include <sys/types.h>
 
 #if defined(__clang__)
 #define VELKC_CHILD_CODE __attribute__((disable_sanitizer_instrumentation))
@@ -18,41 +20,33 @@
 
 namespace velkc {
 
-// The environment of a child that keeps only PATH, in one block: the null-
-// terminated pointer array, then "PATH=..." if PATH is set. Built in the
-// parent; null if out of memory.
-MallocPtr<char *> BuildPathOnlyEnvironment();
+// What a child does before it goes on (or execs), from FORK_FLAG_* bits,
+// with everything it needs built beforehand.
+struct ChildPlan {
+    int flags = 0;
+    char **environment = nullptr; // with FORK_FLAG_CLEAR_ENV: PATH alone
+    long openMax = 0;             // with FORK_FLAG_CLOSE_FDS
+    // The calling thread's lock files, which a child that shares the
+    // caller's memory closes without touching the table, whatever the flags
+    // (a forked child's fork handler resets the table instead: none here).
+    int lockFds[kLockTableLive] = {};
+    int nLockFds = 0;
+};
 
-// Puts "/dev/null" on descriptors 0, 1 and 2; without it they stay as they
-// are.
-VELKC_CHILD_CODE inline void RedirectStdioToNull() noexcept
-{
-    const long fd = syscall(SYS_openat, AT_FDCWD, "/dev/null", O_RDWR);
-    if (fd < 0) {
-        return;
-    }
-    for (long target = STDIN_FILENO; target <= STDERR_FILENO; ++target) {
-        if (fd != target) {
-            syscall(SYS_dup3, fd, target, 0);
-        }
-    }
-    if (fd > STDERR_FILENO) {
-        syscall(SYS_close, fd);
-    }
-}
+// Builds the plan for flags; sharedMemory: the child will share the
+// caller's memory. environment owns the environment the plan points to.
+// False when memory runs out.
+bool MakeChildPlan(int flags, bool sharedMemory, ChildPlan &plan, MallocPtr<char *> &environment);
 
-// Closes every descriptor from 3 up to openMax - 1.
-VELKC_CHILD_CODE inline void CloseDescriptorsFrom3(long openMax) noexcept
-{
-    if (openMax <= 3) {
-        return;
-    }
-    // close_range does in one call what a loop over every number would.
-    if (syscall(SYS_close_range, 3, openMax - 1, 0) != 0) {
-        for (long fd = 3; fd < openMax; ++fd) {
-            syscall(SYS_close, fd);
-        }
-    }
-}
+// Carries the plan out in the child, in the documented order: priority,
+// environment (a forked child adopts it; a sharing child passes it to
+// execve), lock files, "/dev/null" on 0, 1 and 2, descriptors from 3 up,
+// then daemonize (called with FORK_FLAG_DAEMON, forked children only), a
+// new session, and "/" as the working directory.
+VELKC_CHILD_CODE void PrepareChild(const ChildPlan &plan, bool sharedMemory, void (*daemonize)());
+
+// Waits for the child, resuming after signals: its wait status, or false
+// with errno set.
+bool WaitForChild(pid_t pid, int &status) noexcept;
 
 } // namespace velkc

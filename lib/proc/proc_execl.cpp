@@ -1,7 +1,6 @@
 // VELKCExecl: run a program with a null-terminated argument list and wait
 // for its exit status.
 #include "internal/internal.hpp"
-#include "internal/lock_table.hpp"
 #include "internal/report.hpp"
 #include "proc_child.hpp"
 
@@ -146,11 +145,7 @@ struct KernelSigaction {
 // Everything the shared-memory child needs, prepared before it starts.
 struct SpawnPlan {
     char *const *argv;
-    char *const *envp;
-    int flags;
-    long openMax;
-    int lockFds[velkc::kLockTableLive];
-    int nLockFds;
+    velkc::ChildPlan child;
     KernelSigset callerMask;
 };
 
@@ -169,34 +164,16 @@ VELKC_CHILD_CODE void ResetSignalHandlers() noexcept
 }
 
 // Runs in the child, on its own stack in the caller's memory, with every
-// signal blocked: the preparations in the order of VELKCProcForkEx, then the
-// program. Returns only if the program cannot run.
+// signal blocked: the preparations, then the program. Returns only if the
+// program cannot run.
 VELKC_CHILD_CODE int SpawnedChild(void *arg)
 {
     const SpawnPlan &plan = *static_cast<const SpawnPlan *>(arg);
     ResetSignalHandlers();
-    // A forked child closes the lock files in its fork handler, whatever the
-    // flags; this child runs no fork handlers.
-    for (int i = 0; i < plan.nLockFds; ++i) {
-        syscall(SYS_close, plan.lockFds[i]);
-    }
-    if (plan.flags & FORK_FLAG_RESET_PRIORITY) {
-        syscall(SYS_setpriority, PRIO_PROCESS, 0, 0);
-    }
-    if (plan.flags & FORK_FLAG_NULL_STDIO) {
-        velkc::RedirectStdioToNull();
-    }
-    if (plan.flags & FORK_FLAG_CLOSE_FDS) {
-        velkc::CloseDescriptorsFrom3(plan.openMax);
-    }
-    if (plan.flags & FORK_FLAG_SETSID) {
-        syscall(SYS_setsid);
-    }
-    if (plan.flags & FORK_FLAG_CHDIR_ROOT) {
-        syscall(SYS_chdir, "/");
-    }
+    velkc::PrepareChild(plan.child, true, nullptr);
     syscall(SYS_rt_sigprocmask, SIG_SETMASK, &plan.callerMask, nullptr, sizeof(KernelSigset));
-    syscall(SYS_execve, plan.argv[0], plan.argv, plan.envp);
+    char *const *envp = plan.child.environment != nullptr ? plan.child.environment : environ;
+    syscall(SYS_execve, plan.argv[0], plan.argv, envp);
     return kChildFailure;
 }
 
@@ -226,19 +203,11 @@ private:
 // execs; the caller is suspended until then. Returns the child's pid, or -1.
 pid_t SpawnAndExec(char *const argv[], int flags)
 {
-    velkc::MallocPtr<char *> pathOnly;
-    SpawnPlan plan{argv, environ, flags, 0, {}, 0, 0};
-    if (flags & FORK_FLAG_CLEAR_ENV) {
-        pathOnly = velkc::BuildPathOnlyEnvironment();
-        if (!pathOnly) {
-            return -1;
-        }
-        plan.envp = pathOnly.get();
+    SpawnPlan plan{argv, {}, 0};
+    velkc::MallocPtr<char *> environment;
+    if (!velkc::MakeChildPlan(flags, true, plan.child, environment)) {
+        return -1;
     }
-    if (flags & FORK_FLAG_CLOSE_FDS) {
-        plan.openMax = sysconf(_SC_OPEN_MAX);
-    }
-    plan.nLockFds = velkc::LockTableFds(plan.lockFds);
     const ChildStack stack;
     if (!stack) {
         return -1;
@@ -258,10 +227,7 @@ pid_t SpawnAndExec(char *const argv[], int flags)
 int WaitExitStatus(pid_t pid)
 {
     int status = 0;
-    pid_t r;
-    while ((r = waitpid(pid, &status, 0)) == -1 && errno == EINTR) {
-    }
-    if (r == -1) {
+    if (!velkc::WaitForChild(pid, status)) {
         return errno == ECHILD ? 0 : -1;
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -5,7 +5,6 @@
 // child-side preparations use system calls only: what they need is built in
 // the parent before the fork.
 #include "internal/internal.hpp"
-#include "internal/lock_table.hpp"
 #include "internal/report.hpp"
 #include "proc_child.hpp"
 
@@ -103,47 +102,12 @@ void Daemonize()
     usleep(1);
 }
 
-// Runs in the child. environment is the one to adopt with
-// FORK_FLAG_CLEAR_ENV.
-void PrepareChild(int flags, velkc::MallocPtr<char *> environment)
-{
-    if (flags & FORK_FLAG_RESET_PRIORITY) {
-        setpriority(PRIO_PROCESS, 0, 0);
-    }
-    if (flags & FORK_FLAG_CLEAR_ENV) {
-        environ = environment.release();
-    }
-    if (flags & (FORK_FLAG_CLOSE_LOCKS | FORK_FLAG_CLOSE_FDS)) {
-        velkc::ResetLockTableInChild();
-    }
-    if (flags & FORK_FLAG_NULL_STDIO) {
-        velkc::RedirectStdioToNull();
-    }
-    if (flags & FORK_FLAG_CLOSE_FDS) {
-        velkc::CloseDescriptorsFrom3(sysconf(_SC_OPEN_MAX));
-    }
-    if (flags & FORK_FLAG_DAEMON) {
-        Daemonize();
-    }
-    if (flags & FORK_FLAG_SETSID) {
-        setsid();
-    }
-    if (flags & FORK_FLAG_CHDIR_ROOT) {
-        if (chdir("/") != 0) {
-            // nothing to do: the child keeps its working directory
-        }
-    }
-}
-
 // With a daemon fork the parent only learns whether the intermediate child
 // went away cleanly.
 int WaitIntermediateChild(pid_t pid)
 {
     int status = 0;
-    pid_t r;
-    while ((r = waitpid(pid, &status, 0)) == -1 && errno == EINTR) {
-    }
-    if (r == -1) {
+    if (!velkc::WaitForChild(pid, status)) {
         return errno == ECHILD ? 1 : -1;
     }
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 1 : -1;
@@ -151,36 +115,13 @@ int WaitIntermediateChild(pid_t pid)
 
 } // namespace
 
-velkc::MallocPtr<char *> velkc::BuildPathOnlyEnvironment()
-{
-    constexpr char kPrefix[] = "PATH=";
-    const char *path = std::getenv("PATH");
-    const std::size_t nPointers = path != nullptr ? 2 : 1;
-    const std::size_t cbEntry = path != nullptr ? sizeof kPrefix + std::strlen(path) : 0;
-    velkc::MallocPtr<char *> block(static_cast<char **>(std::malloc(nPointers * sizeof(char *) + cbEntry)));
-    if (!block) {
-        return block;
-    }
-    char **vector = block.get();
-    vector[nPointers - 1] = nullptr;
-    if (path != nullptr) {
-        char *entry = reinterpret_cast<char *>(vector + nPointers);
-        std::memcpy(entry, kPrefix, sizeof kPrefix - 1);
-        std::memcpy(entry + sizeof kPrefix - 1, path, cbEntry - (sizeof kPrefix - 1));
-        vector[0] = entry;
-    }
-    return block;
-}
-
 extern "C" int VELKCProcForkEx(int flags) noexcept
 {
+    velkc::ChildPlan plan;
     velkc::MallocPtr<char *> environment;
-    if (flags & FORK_FLAG_CLEAR_ENV) {
-        environment = velkc::BuildPathOnlyEnvironment();
-        if (!environment) {
-            VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
-            return -1;
-        }
+    if (!velkc::MakeChildPlan(flags, false, plan, environment)) {
+        VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
+        return -1;
     }
     std::fflush(nullptr); // no buffered output may be written twice
     const pid_t pid = fork();
@@ -189,7 +130,9 @@ extern "C" int VELKCProcForkEx(int flags) noexcept
         return -1;
     }
     if (pid == 0) {
-        PrepareChild(flags, std::move(environment));
+        // The child keeps the environment it adopts.
+        environment.release();
+        velkc::PrepareChild(plan, false, Daemonize);
         return 0;
     }
     if (flags & FORK_FLAG_DAEMON) {
