@@ -280,6 +280,7 @@ TEST_P(HashModel, TableMatchesTheProbeModel)
             break;
         }
         ASSERT_EQ(VELKCSzHashPairNum(p), m.count);
+        ASSERT_EQ(VELKCISzHashIndexCheck(p), 1) << "the slot index does not say what the slots say";
     });
     ExpectListed(m, [&](SzList **ppList) { return VELKCSzHashEnumKey(p, ppList) == m.count; });
     VELKCSzHashFree(p);
@@ -310,6 +311,7 @@ TEST_P(HashModel, SetMatchesTheProbeModel)
             break;
         }
         ASSERT_EQ(VELKCSzHashSetItemNum(p), m.count);
+        ASSERT_EQ(VELKCISzHashSetIndexCheck(p), 1) << "the slot index does not say what the slots say";
     });
     ExpectListed(m, [&](SzList **ppList) { return VELKCSzHashSetToList(p, ppList) == 0; });
     VELKCSzHashSetFree(p);

@@ -1,13 +1,15 @@
-// Block layout, probing and growth helpers shared by the hash table and the
-// hash set. Both keep one heap block: a header (cbSpace, cbFree, nSlot, a
-// count, pchNext), nSlot slots whose first field is the key pointer, then
-// cbSpace bytes of packed strings, then the slot index (SlotIndex). Not
-// installed.
+// Block layout, accessors, probing and growth helpers shared by the hash
+// table and the hash set. Both keep one heap block: a header (cbSpace,
+// cbFree, nSlot, a count, pchNext), nSlot slots whose first field is the key
+// pointer, then cbSpace bytes of packed strings, then the slot index
+// (hash_slot_index.hpp). Not installed.
 #pragma once
 
 #include <velkc/error.h>
 #include <velkc/hash.h>
 #include <velkc/hashset.h>
+
+#include "hash_slot_index.hpp"
 
 #include <algorithm>
 #include <bit>
@@ -37,9 +39,6 @@ inline int &Count(SzHashSet *p) noexcept { return p->nItem; }
 inline int Count(const SzHashSet *p) noexcept { return p->nItem; }
 
 template <typename Block>
-using SlotOf = std::remove_reference_t<decltype(std::declval<Block>().rgSlot[0])>;
-
-template <typename Block>
 char *StringArea(Block *p) noexcept
 {
     return reinterpret_cast<char *>(p->rgSlot + p->nSlot);
@@ -51,196 +50,10 @@ const char *StringArea(const Block *p) noexcept
     return reinterpret_cast<const char *>(p->rgSlot + p->nSlot);
 }
 
-// Both codes of a key, from one pass over its bytes: `sum` is the 32-bit
-// word sum that places the key (its home slot is sum % nSlot); `mix` is a
-// well-spread hash that only the slot index below uses.
-struct KeyHash {
-    std::uint32_t sum = 0;
-    std::uint64_t mix = 0;
-};
-
-KeyHash HashKey(const char *sz) noexcept;
-
-// The slot index: an accelerator kept after the string area of every block.
-// Linear probing from the word-sum home slot decides where each key lives,
-// and similar keys crowd that probe into long runs; the index finds a key's
-// slot, or its absence, in O(1) whatever the runs look like:
-//  - `entry`: open addressing over `mix`, one 32-bit entry per live slot,
-//    the slot number + 1 in the low bits and, in the high bits, how far the
-//    entry sits from its own home entry, which tells entries of other homes
-//    apart without touching their keys; 0 is a free entry. Deletion shifts
-//    entries back, so churn leaves no debris behind.
-//  - `live`: one bit per slot that holds a key, and `full`: one bit per
-//    `live` word with every bit set, to find the next keyless slot (the one
-//    a new key takes) in a few word reads.
-// All of it is zero in a new or emptied block. It stays exact as long as
-// every key sits where the probe walk puts it; a caller that writes a pair
-// into some other slot through the exported internals, or an entry that
-// lands too far from its home for the bits left (keys built to collide in
-// `mix`), switches the block to the plain walk (`fWalk`) until the block is
-// rebuilt or emptied.
-struct SlotIndex {
-    std::uint64_t *pFlags;
-    std::uint64_t *live;
-    std::uint64_t *full;
-    std::uint32_t *entry;
-    int nSlot;
-    int nWord;
-    int nSummary;
-    int slotBits;
-    std::uint32_t mask;
-
-    static constexpr std::uint64_t fWalk = 1;
-
-    static int Words(int nSlot) noexcept { return (nSlot + 63) / 64; }
-    static int Summaries(int nSlot) noexcept { return (Words(nSlot) + 63) / 64; }
-    static int SlotBits(int nSlot) noexcept { return std::bit_width(static_cast<std::uint32_t>(nSlot)); }
-    // More entries than slots, so that a probe always meets a free entry.
-    static std::size_t Entries(int nSlot) noexcept { return std::size_t{1} << SlotBits(nSlot); }
-    static std::size_t Bytes(int nSlot) noexcept
-    {
-        return 8 * (1 + static_cast<std::size_t>(Words(nSlot) + Summaries(nSlot))) + 4 * Entries(nSlot);
-    }
-
-    SlotIndex(void *pAux, int nSlotIn) noexcept
-        : pFlags(static_cast<std::uint64_t *>(pAux)), live(pFlags + 1), full(nullptr), entry(nullptr), nSlot(nSlotIn),
-          nWord(Words(nSlotIn)), nSummary(Summaries(nSlotIn)), slotBits(SlotBits(nSlotIn)),
-          mask(static_cast<std::uint32_t>(Entries(nSlotIn) - 1))
-    {
-        full = live + nWord;
-        entry = reinterpret_cast<std::uint32_t *>(full + nSummary);
-    }
-
-    bool Exact() const noexcept { return (*pFlags & fWalk) == 0; }
-    void UseWalk() noexcept { *pFlags |= fWalk; }
-
-    std::uint32_t Home(const KeyHash &kh) const noexcept { return static_cast<std::uint32_t>(kh.mix) & mask; }
-    int SlotOf(std::uint32_t e) const noexcept
-    {
-        return static_cast<int>(e & ((std::uint32_t{1} << slotBits) - 1)) - 1;
-    }
-    // How far entry e at pos sits from its home entry.
-    std::uint32_t Distance(std::uint32_t e) const noexcept { return e >> slotBits; }
-    std::uint32_t Gap(std::uint32_t from, std::uint32_t to) const noexcept { return (to - from) & mask; }
-    std::uint32_t Entry(int slot, std::uint32_t distance) const noexcept
-    {
-        return (distance << slotBits) | static_cast<std::uint32_t>(slot + 1);
-    }
-
-    void SetLive(int i) noexcept
-    {
-        const int w = i / 64;
-        live[w] |= std::uint64_t{1} << (i % 64);
-        if (live[w] == ~std::uint64_t{0}) {
-            full[w / 64] |= std::uint64_t{1} << (w % 64);
-        }
-    }
-    void SetKeyless(int i) noexcept
-    {
-        const int w = i / 64;
-        live[w] &= ~(std::uint64_t{1} << (i % 64));
-        full[w / 64] &= ~(std::uint64_t{1} << (w % 64));
-    }
-
-    // The first `live` word at or after w with a clear bit, or nWord.
-    int NextOpenWord(int w) const noexcept
-    {
-        if (w >= nWord) {
-            return nWord;
-        }
-        int s = w / 64;
-        std::uint64_t open = ~full[s] & (~std::uint64_t{0} << (w % 64));
-        while (open == 0) {
-            if (++s >= nSummary) {
-                return nWord;
-            }
-            open = ~full[s];
-        }
-        return std::min(nWord, s * 64 + std::countr_zero(open));
-    }
-
-    // The first keyless slot in [from, to), or -1.
-    int NextKeyless(int from, int to) const noexcept
-    {
-        if (from >= to) {
-            return -1;
-        }
-        int w = from / 64;
-        std::uint64_t open = ~live[w] & (~std::uint64_t{0} << (from % 64));
-        while (open == 0) {
-            w = NextOpenWord(w + 1);
-            if (w >= nWord) {
-                return -1;
-            }
-            open = ~live[w];
-        }
-        const int i = w * 64 + std::countr_zero(open);
-        return i < to ? i : -1;
-    }
-
-    void Insert(const KeyHash &kh, int slot) noexcept
-    {
-        const std::uint32_t home = Home(kh);
-        std::uint32_t pos = home;
-        while (entry[pos] != 0) {
-            pos = (pos + 1) & mask;
-        }
-        const std::uint32_t distance = Gap(home, pos);
-        if (distance >> (32 - slotBits) != 0) {
-            UseWalk();
-            return;
-        }
-        entry[pos] = Entry(slot, distance);
-    }
-
-    // Removes slot's entry and shifts later entries of its run back into
-    // the hole, each as far as its home allows.
-    void Erase(const KeyHash &kh, int slot) noexcept
-    {
-        std::uint32_t hole = Home(kh);
-        while (SlotOf(entry[hole]) != slot) {
-            hole = (hole + 1) & mask;
-        }
-        for (std::uint32_t j = (hole + 1) & mask; entry[j] != 0; j = (j + 1) & mask) {
-            const std::uint32_t distance = Distance(entry[j]);
-            const std::uint32_t shift = Gap(hole, j);
-            if (distance >= shift) { // its home is not after the hole
-                entry[hole] = Entry(SlotOf(entry[j]), distance - shift);
-                hole = j;
-            }
-        }
-        entry[hole] = 0;
-    }
-};
-
-// Where a block's string area ends and its slot index begins.
-template <typename Block>
-std::size_t IndexOffset(int nSlot, int cbSpace) noexcept
-{
-    const std::size_t cb =
-        sizeof(Block) + static_cast<std::size_t>(nSlot) * sizeof(SlotOf<Block>) + static_cast<std::size_t>(cbSpace);
-    return (cb + 7) & ~std::size_t{7};
-}
-
 template <typename Block>
 std::size_t BlockBytes(int nSlot, int cbSpace) noexcept
 {
     return IndexOffset<Block>(nSlot, cbSpace) + SlotIndex::Bytes(nSlot);
-}
-
-template <typename Block>
-SlotIndex IndexOf(const Block *p) noexcept
-{
-    // The index is derived state: const lookups read it, writers keep it.
-    auto *pb = reinterpret_cast<unsigned char *>(const_cast<Block *>(p));
-    return SlotIndex(pb + IndexOffset<Block>(p->nSlot, p->cbSpace), p->nSlot);
-}
-
-// Empties the index of a block whose slots were all made keyless.
-template <typename Block>
-void ClearIndex(Block *p) noexcept
-{
-    std::memset(IndexOf(p).pFlags, 0, SlotIndex::Bytes(p->nSlot));
 }
 
 // Sets the header of a zero-filled block (or one being emptied).
@@ -420,30 +233,6 @@ template <typename Block>
 int SlotForWrite(const Block *p, const char *szKey) noexcept
 {
     return szKey == nullptr ? -1 : SlotForWrite(p, szKey, HashKey(szKey));
-}
-
-// Records that slot idx now holds a key whose hash is kh. Call after the
-// slot's key is set; a slot that already held a key keeps its entry.
-template <typename Block>
-void IndexKey(Block *p, int idx, const KeyHash &kh, bool wasLive) noexcept
-{
-    SlotIndex ix = IndexOf(p);
-    if (ix.Exact() && !wasLive) {
-        ix.SetLive(idx);
-        ix.Insert(kh, idx);
-    }
-}
-
-// Makes live slot idx, whose key hashes to kh, a tombstone.
-template <typename Block>
-void DropKey(Block *p, int idx, const KeyHash &kh) noexcept
-{
-    SlotIndex ix = IndexOf(p);
-    if (ix.Exact()) {
-        ix.SetKeyless(idx);
-        ix.Erase(kh, idx);
-    }
-    p->rgSlot[idx].pszKey = nullptr;
 }
 
 // A caller that picks the slot itself: writing anywhere but where the walk

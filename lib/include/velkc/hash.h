@@ -146,6 +146,15 @@ VELKC_API int VELKCSzHashEnumKey(const SzHash *pHash, SzList **ppList) VELKC_NOE
 VELKC_API SzHash *VELKCIHashAllocator(int nSlot, int cbSpace) VELKC_NOEXCEPT;
 
 /**
+ * Checks the table's slot index, the accelerator beside its slots, against
+ * the slots: rebuilt from them, it must hold what it holds.
+ * @param pHash  The table.
+ * @return 1 when it does, 0 when not; -1 on failure: ERR_BAD_PARAMETERS
+ *         (pHash null).
+ */
+VELKC_API int VELKCISzHashIndexCheck(const SzHash *pHash) VELKC_NOEXCEPT;
+
+/**
  * The home slot of a key: the sum, with 32-bit wrap-around, of its
  * little-endian 32-bit words (the last one padded with zero bytes), modulo
  * @p nSlot.

@@ -114,6 +114,15 @@ VELKC_API int VELKCSzHashSetToList(const SzHashSet *pSet, SzList **ppList) VELKC
  */
 
 /**
+ * Checks the set's slot index, the accelerator beside its slots, against
+ * the slots: rebuilt from them, it must hold what it holds.
+ * @param pSet  The set.
+ * @return 1 when it does, 0 when not; -1 on failure: ERR_BAD_PARAMETERS
+ *         (pSet null).
+ */
+VELKC_API int VELKCISzHashSetIndexCheck(const SzHashSet *pSet) VELKC_NOEXCEPT;
+
+/**
  * Allocates an empty, zero-filled set of the given sizes.
  * @param nSlot    Number of slots, at least 1.
  * @param cbSpace  Size of the string area, at least 0.
