@@ -2,6 +2,7 @@
 #include "line_model.hpp"
 
 #include "internal/internal.hpp"
+#include "internal/trim.hpp"
 
 #include <velkc/unicode.h>
 
@@ -15,25 +16,6 @@
 namespace velkc {
 
 namespace {
-
-// The bytes VELKCStrTrimSpace strips, tested without a search of a set:
-// every key of a large file passes here.
-constexpr bool IsBlank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-
-// As VELKCStrTrimSpace trims, without copying.
-std::string_view TrimKey(std::string_view text) noexcept
-{
-    while (!text.empty() && IsBlank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && IsBlank(text.back())) {
-        text.remove_suffix(1);
-    }
-    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        text = text.substr(1, text.size() - 2);
-    }
-    return text;
-}
 
 enum class Upper { kOk, kNoMemory, kFailed };
 
@@ -100,7 +82,7 @@ std::optional<std::string_view> LineKey(std::string_view line) noexcept
     while (end < line.size() && line[end] != '=' && line[end] != '\0') {
         ++end;
     }
-    return TrimKey(line.substr(start, end - start));
+    return TrimSpace(line.substr(start, end - start));
 }
 
 bool IsHeaderOf(std::string_view line, std::string_view name) noexcept

@@ -1,6 +1,7 @@
 // Pair lines as the section readers and editors see them.
 #include "pair_line.hpp"
 
+#include "internal/trim.hpp"
 #include "line_model.hpp"
 
 #include <algorithm>
@@ -9,25 +10,12 @@ namespace velkc {
 
 namespace {
 
-// What the readers trim: VELKCStrTrimSpace's blanks.
-constexpr std::string_view kBlanks = " \t\r\n";
 // What stands between a key, "=" and a value.
 constexpr std::string_view kSpacing = " \t";
 
 constexpr bool IsQuoted(std::string_view text) noexcept
 {
     return text.size() >= 2 && text.front() == '"' && text.back() == '"';
-}
-
-// As VELKCStrTrimSpace trims.
-std::string_view Trimmed(std::string_view text) noexcept
-{
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) {
-        return {};
-    }
-    text = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-    return IsQuoted(text) ? text.substr(1, text.size() - 2) : text;
 }
 
 // value, inside quotes where the readers would otherwise trim it, or where
@@ -52,11 +40,7 @@ std::size_t Run(std::string_view text, std::string_view set) noexcept
 
 } // namespace
 
-bool ReadsBackWhole(std::string_view text) noexcept
-{
-    return text.empty() || (kBlanks.find(text.front()) == std::string_view::npos &&
-                            kBlanks.find(text.back()) == std::string_view::npos && !IsQuoted(text));
-}
+bool ReadsBackWhole(std::string_view text) noexcept { return TrimSpace(text).size() == text.size(); }
 
 bool IsSectionKey(const char *key) noexcept { return IsSafeKey(key) && ReadsBackWhole(key); }
 
@@ -66,19 +50,19 @@ std::optional<PairLine> SplitPair(std::string_view line) noexcept
     if (line.empty() || IsCommentLine(line.data()) || StartsSection(line) || equals == std::string_view::npos) {
         return std::nullopt;
     }
-    PairLine pair{Trimmed(line.substr(0, equals)), 0, 0, false};
+    PairLine pair{TrimSpace(line.substr(0, equals)), 0, 0, false};
     if (pair.key.empty()) {
         return std::nullopt;
     }
     // Beyond the last byte that is not a blank, or, for an empty value,
     // after the spacing that follows "=".
-    const std::size_t content = line.find_last_not_of(kBlanks) + 1;
+    const std::size_t content = line.find_last_not_of(kWhitespace) + 1;
     const std::size_t afterEquals = equals + 1;
     if (content <= afterEquals) {
         pair.valueBegin = pair.valueEnd = afterEquals + Run(line.substr(afterEquals), kSpacing);
         return pair;
     }
-    pair.valueBegin = afterEquals + Run(line.substr(afterEquals), kBlanks);
+    pair.valueBegin = afterEquals + Run(line.substr(afterEquals), kWhitespace);
     pair.valueEnd = content;
     if (IsQuoted(line.substr(pair.valueBegin, pair.valueEnd - pair.valueBegin))) {
         pair.quoted = true;

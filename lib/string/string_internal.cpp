@@ -19,25 +19,6 @@ bool StartsInsideText(const char *in, std::size_t len, const char *out)
     return target > begin && target <= begin + len;
 }
 
-std::string_view StripSet(std::string_view text, std::string_view set)
-{
-    const std::size_t first = text.find_first_not_of(set);
-    if (first == std::string_view::npos) {
-        return text.substr(0, 0); // keeps a valid data pointer for the copy
-    }
-    return text.substr(first, text.find_last_not_of(set) - first + 1);
-}
-
-// Drops one pair of enclosing double quotes: the first and the last byte
-// must both be quotes and must be two different bytes.
-std::string_view StripQuotePair(std::string_view text)
-{
-    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        return text.substr(1, text.size() - 2);
-    }
-    return text;
-}
-
 } // namespace
 
 int TrimText(char *szInput, char *szOutput, std::string_view set, Quotes quotes)
@@ -49,10 +30,8 @@ int TrimText(char *szInput, char *szOutput, std::string_view set, Quotes quotes)
     if (StartsInsideText(szInput, len, szOutput)) {
         return -1;
     }
-    std::string_view text = StripSet({szInput, len}, set);
-    if (quotes == Quotes::StripOnePair) {
-        text = StripQuotePair(text);
-    }
+    const std::string_view text = Trim(
+        {szInput, len}, [set](char c) { return set.find(c) != std::string_view::npos; }, quotes);
     char *target = szOutput != nullptr ? szOutput : szInput;
     if (target == szInput) {
         std::memmove(target, text.data(), text.size());

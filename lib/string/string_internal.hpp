@@ -1,18 +1,14 @@
 // Helpers shared by the byte-string functions. Not installed.
 #pragma once
 
+#include "internal/trim.hpp"
+
 #include <velkc/list.h>
 
 #include <array>
 #include <string_view>
 
 namespace velkc {
-
-// The bytes that the trimming functions strip by default.
-inline constexpr std::string_view kWhitespace = " \t\n\r";
-
-// Quote handling of TrimText.
-enum class Quotes { Keep, StripOnePair };
 
 // Strips the bytes of `set` from both ends of szInput and, with
 // Quotes::StripOnePair, then one pair of enclosing double quotes. The result
