@@ -9,15 +9,7 @@ extern "C" int VELKCFileCloseLock(void) noexcept
     if (table == nullptr) {
         return -1;
     }
-    int result = 0;
-    for (VELKCFileLock *entry = table; entry->uBit != 0; ++entry) {
-        if (entry->pFile != nullptr) {
-            if (std::fclose(entry->pFile) != 0) {
-                result = -1; // keep closing the others
-            }
-            entry->pFile = nullptr;
-        }
-        entry->nLock = 0;
-    }
-    return result;
+    const bool closed = velkc::ResetLockEntries(
+        table, [](std::FILE *f) noexcept { return std::fclose(f) == 0; }, velkc::LockWords::kFirst);
+    return closed ? 0 : -1;
 }

@@ -50,25 +50,12 @@ constexpr LockFileName kLockFiles[velkc::kLockTableLive] = {
 
 pthread_key_t gLockTableKey;
 
-// Closes the open lock files of the live entries with closeFile and forgets
-// every lock.
-void ResetEntries(VELKCFileLock *table, void (*closeFile)(std::FILE *) noexcept)
-{
-    for (int i = 0; i < velkc::kLockTableLive; ++i) {
-        if (table[i].pFile != nullptr) {
-            closeFile(table[i].pFile);
-            table[i].pFile = nullptr;
-        }
-        table[i].nLock = 0;
-        table[i].nLock2 = 0;
-    }
-}
-
 // Key destructor: runs at thread exit.
 void DestroyTable(void *p)
 {
     auto *table = static_cast<VELKCFileLock *>(p);
-    ResetEntries(table, [](std::FILE *f) noexcept { std::fclose(f); });
+    velkc::ResetLockEntries(
+        table, [](std::FILE *f) noexcept { return std::fclose(f) == 0; }, velkc::LockWords::kBoth);
     std::free(table);
 }
 
@@ -98,8 +85,25 @@ const LockTableRegistration gRegistration;
 void velkc::ResetLockTableInChild() noexcept
 {
     if (auto *table = static_cast<VELKCFileLock *>(pthread_getspecific(gLockTableKey))) {
-        ResetEntries(table, [](std::FILE *f) noexcept { close(fileno(f)); });
+        ResetLockEntries(
+            table, [](std::FILE *f) noexcept { return close(fileno(f)) == 0; }, LockWords::kBoth);
     }
+}
+
+bool velkc::ResetLockEntries(VELKCFileLock *table, bool (*closeFile)(std::FILE *) noexcept, LockWords words) noexcept
+{
+    bool closed = true;
+    for (int i = 0; i < kLockTableLive; ++i) {
+        if (table[i].pFile != nullptr) {
+            closed = closeFile(table[i].pFile) && closed;
+            table[i].pFile = nullptr;
+        }
+        table[i].nLock = 0;
+        if (words == LockWords::kBoth) {
+            table[i].nLock2 = 0;
+        }
+    }
+    return closed;
 }
 
 int velkc::LockTableFds(int (&fds)[kLockTableLive]) noexcept
