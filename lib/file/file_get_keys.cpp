@@ -3,7 +3,7 @@
 #include "internal/report.hpp"
 #include "line_model.hpp"
 #include "line_reader.hpp"
-#include "owned_container.hpp"
+#include <velkc/containers.hpp>
 
 #include <velkc/file.h>
 #include <velkc/str.h>
@@ -57,8 +57,8 @@ extern "C" int VELKCFileGetKeys(const char *szFile, const SzList *pKeys, SzHash 
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    velkc::OwnedList wanted(VELKCSzListAlloc(kWorkingListSize));
-    if (!wanted) {
+    velkc::List wanted(VELKCSzListAlloc(kWorkingListSize));
+    if (!wanted.get()) {
         return -1;
     }
     if (pKeys != nullptr && VELKCSzListOr(wanted.address(), pKeys, 0) == nullptr) {

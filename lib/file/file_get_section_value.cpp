@@ -1,6 +1,6 @@
 // VELKCFileGetSectionValue: one value of a section.
 #include "internal/report.hpp"
-#include "owned_container.hpp"
+#include <velkc/containers.hpp>
 
 #include <velkc/file.h>
 
@@ -31,8 +31,8 @@ extern "C" int VELKCFileGetSectionValue(const char *szFile, const char *szSectio
     VELKC_REQUIRE(((void *)0) != szValue);
     VELKC_REQUIRE(0 < cbValue);
 
-    velkc::OwnedHash section(VELKCSzHashAlloc(kSectionHashSize));
-    if (!section) {
+    velkc::Hash section(VELKCSzHashAlloc(kSectionHashSize));
+    if (!section.get()) {
         return -1;
     }
     const int pairs = VELKCFileGetSection(szFile, szSection, section.address());

@@ -1,9 +1,9 @@
 // VELKCFileSetKeys: set many keys at once and drop others.
 #include "internal/report.hpp"
 #include "line_model.hpp"
-#include "owned_container.hpp"
 #include "rewrite.hpp"
 #include "section_output.hpp"
+#include <velkc/containers.hpp>
 
 #include <algorithm>
 #include <bitset>
@@ -28,8 +28,8 @@ SzHash *CopyOf(const SzHash *pHash)
 // Appends the pairs still pending, in the table's slot order.
 velkc::Status AppendPending(velkc::Output &out, const SzHash *pPending, const char *format)
 {
-    velkc::OwnedList keys(VELKCSzListAlloc(512));
-    if (!keys) {
+    velkc::List keys(VELKCSzListAlloc(512));
+    if (!keys.get()) {
         return velkc::kLeaveRecord;
     }
     if (VELKCSzHashEnumKey(pPending, keys.address()) < 0) {
@@ -152,9 +152,9 @@ extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const S
         return -1;
     }
     const char *format = szFormat != nullptr ? szFormat : velkc::kDefaultPairFormat;
-    velkc::OwnedHash pending(CopyOf(pHash));
-    velkc::OwnedHash removing(pRemove != nullptr ? CopyOf(pRemove) : nullptr);
-    if (!pending || (pRemove != nullptr && !removing)) {
+    velkc::Hash pending(CopyOf(pHash));
+    velkc::Hash removing(pRemove != nullptr ? CopyOf(pRemove) : nullptr);
+    if (!pending.get() || (pRemove != nullptr && !removing.get())) {
         return -1; // the allocator has recorded the failure
     }
     velkc::Rewrite rw(szFile);

@@ -1,7 +1,7 @@
 // Moves "key=value" lines into a hash, as the pair and section readers do.
 #pragma once
 
-#include "owned_container.hpp"
+#include <velkc/containers.hpp>
 
 namespace velkc {
 
@@ -11,7 +11,7 @@ public:
     // the error record.
     PairSplitter();
 
-    bool ok() const noexcept { return static_cast<bool>(list_); }
+    bool ok() const noexcept { return list_.get() != nullptr; }
 
     // Splits line at its first "=" (key and value trimmed, one pair of quotes
     // removed) and sets the pair in the hash, replacing an earlier value. A
@@ -20,7 +20,7 @@ public:
     bool add(const char *line, SzHash **ppHash);
 
 private:
-    OwnedList list_;
+    List list_;
 };
 
 } // namespace velkc

@@ -218,6 +218,9 @@ public:
     /** @return the block, still owned by the handle; null when it has none. */
     block_type *get() const noexcept { return block_; }
 
+    /** @return the block, for reading its fields; the handle must have one. */
+    block_type *operator->() const noexcept { return block_; }
+
     /**
      * @return the address of the handle's pointer, for C functions that grow
      *         the block (SzList **, SzHash **, SzHashSet **); they may replace
