@@ -6,7 +6,8 @@
 # `man 3 VELKCFileSetKeyValue` works, and in section 7 the overview
 # velkc(7), with the families, the error codes of VELKC_ERROR_CODES and what
 # a configuration change guarantees (template doc/velkc.7.in).
-# `cmake --install` installs the man pages when they have been built.
+# `cmake --install` installs the man pages, uncompressed, when they have been
+# built; the Debian packages hold them compressed (cmake/debian/stage.cmake).
 find_package(Doxygen)
 if(NOT DOXYGEN_FOUND)
   return()
