@@ -254,16 +254,19 @@ TEST_F(Concurrency, ForkedChildrenKeepNoWritersLock)
     int childTimeouts = 0;
     int batch = 0;
     {
-        // The threads take turns creating one file, then removing it, over and
-        // over: a lock a child kept would stall them all.
+        // Two threads each take turns creating one file, then removing it,
+        // over and over, so that one often waits for the other's lock: a
+        // lock a child kept would stall it. Each pauses between turns, so
+        // that the polling waiter is not starved on a loaded machine.
         std::vector<std::jthread> threads;
         for (int t = 0; t < kThreads; ++t) {
             threads.emplace_back([&, t] {
-                const fs::path file = Path("shared");
+                const fs::path file = Path("shared" + std::to_string(t / 2));
                 while (!stop) {
                     parentFailures += VELKCFileSetKeyValue(file.c_str(), "k", "v", nullptr) != 1;
                     fs::remove(file);
                     ++progress[t];
+                    std::this_thread::sleep_for(std::chrono::microseconds(200));
                 }
             });
         }
