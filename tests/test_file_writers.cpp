@@ -3,6 +3,7 @@
 // and mode, and nothing is left beside it.
 #include "file_support.hpp"
 
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -210,6 +211,24 @@ TEST_F(Writers, DirectoryTargetIsRefused)
         EXPECT_EQ(VELKCErrGet(), std::strcmp(writer.name, "AppendKey") == 0 ? ERR_BAD_PARAMETERS : ERR_OPEN_FAILED);
         EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
         EXPECT_TRUE(fs::is_empty(Path("conf")));
+    }
+}
+
+// A failed write is a write error, and changes nothing (every step's
+// failure is tried by the fault injection, which takes any I/O error).
+TEST_F(Writers, WritePastTheFileSizeLimitKeepsTheTarget)
+{
+    WriteFile(Path("conf"), kLarge);
+    const Guard noSignal = SetSignal(SIGXFSZ, SIG_IGN);
+    const Guard limit = LowerLimit(RLIMIT_FSIZE, 4096);
+    for (const Writer &writer : AllWriters()) {
+        SCOPED_TRACE(writer.name);
+        Args args;
+        ResetError();
+        EXPECT_EQ(writer.call(Path("conf").c_str(), args), -1);
+        EXPECT_EQ(VELKCErrGet(), ERR_WRITE_FAILED);
+        EXPECT_TRUE(ReadFile(Path("conf")) == kLarge);
+        EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
     }
 }
 

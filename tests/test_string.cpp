@@ -71,6 +71,15 @@ TEST(ColonEscape, RoundTripAtTheExactBound)
     }
 }
 
+// An escape with nothing after it ends the text (the STRING suite checks
+// an unknown one).
+TEST(ColonEscape, DecodeStopsAtADanglingEscape)
+{
+    char out[16];
+    EXPECT_EQ(VELKCStrDecodeColon("ab;", out, 15), 2);
+    EXPECT_STREQ(out, "ab");
+}
+
 // What the trimming functions should give: the set stripped from both ends,
 // then, for VELKCStrTrimSpace, one pair of enclosing quotes.
 std::string TrimModel(const std::string &s, const std::string &set, bool unquote)
@@ -130,10 +139,10 @@ TEST(Join, ReusesALargeBufferAndGrowsASmallOne)
     char *out = static_cast<char *>(std::malloc(static_cast<std::size_t>(cb)));
     std::memset(out, 'x', static_cast<std::size_t>(cb));
     char *const before = out;
-    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "/", &out, &cb), 0);
+    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "<->", &out, &cb), 0);
     EXPECT_EQ(out, before);
     EXPECT_EQ(cb, 64);
-    EXPECT_STREQ(out, "alpha/beta");
+    EXPECT_STREQ(out, "alpha<->beta");
     EXPECT_EQ(out[63], '\0'); // the whole buffer is cleared first
 
     cb = 4;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <tuple>
 #include <unicode/ustring.h>
 #include <vector>
 
@@ -70,6 +71,19 @@ TEST(Unicode, UpperRejectsBadArgumentsAndBadText)
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
     EXPECT_EQ(VELKCUnicodeUTF8StrUpper("bad \xff text", buf, 8), -1);
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_UNICODE_FAILED});
+}
+
+TEST(Unicode, CaseCmpIgnoresCaseBeyondAsciiAndOrdersByCollation)
+{
+    const std::tuple<const char *, const char *, int> cases[] = {
+        {"abc", "ABC", 0},    {"Straße", "STRASSE", 0}, {"ÜBER", "über", 0},   {"ΣΊΣΥΦΟΣ", "σίσυφος", 0},
+        {"ı", "I", 0},        {"äpfel", "Birne", -1},   {"Birne", "äpfel", 1}, {"apfel", "Äpfel", -1},
+        {"άλφα", "ΒΗΤΑ", -1},
+    };
+    for (const auto &[a, b, want] : cases) {
+        EXPECT_EQ(VELKCUnicodeUTF8StrCaseCmp(a, b), want) << a << " / " << b;
+    }
+    EXPECT_NE(VELKCUnicodeUTF8StrCaseCmp("i", "İ"), 0); // no Turkish tailoring
 }
 
 TEST(Unicode, CaseCmpFailsWithMinusTwo)
