@@ -167,9 +167,43 @@ void Observe(Observer *watcher) noexcept { observer = watcher; }
 #define NEXT(fn) \
     static fault::Next<decltype(&fn)> next { #fn }
 
+// Definitions that differ only in their arguments and in what an observer
+// is told. SPEC is the exception specification of libc's declaration, PASS
+// Io or Write; the parameters are named as the macros expect: fd, dirfd,
+// path, olddirfd, oldpath, newdirfd and newpath.
+// A call passed on unreported.
+#define QUIET(ret, fn, spec, params, ...) \
+    ret fn params spec                    \
+    {                                     \
+        NEXT(fn);                         \
+        return Io(next, __VA_ARGS__);     \
+    }
+// A call reported with the descriptor it acts on.
+#define ON_FD(ret, fn, spec, pass, params, ...)                                        \
+    ret fn params spec                                                                 \
+    {                                                                                  \
+        NEXT(fn);                                                                      \
+        return fault::Report(fault::pass(next, __VA_ARGS__), {.name = #fn, .fd = fd}); \
+    }
+// A call reported with its directory and path.
+#define ON_PATH(fn, params, dir, ...)                                                               \
+    int fn params noexcept                                                                          \
+    {                                                                                               \
+        NEXT(fn);                                                                                   \
+        return fault::Report(fault::Io(next, __VA_ARGS__), {.name = #fn, .fd = dir, .path = path}); \
+    }
+// A rename or link, reported with both paths; one onto the target's name is
+// the commit.
+#define MOVE(fn, params, olddir, newdir, ...)                                                                \
+    int fn params noexcept                                                                                   \
+    {                                                                                                        \
+        NEXT(fn);                                                                                            \
+        return fault::Report(fault::Committed(fault::Io(next, __VA_ARGS__), newpath),                        \
+                             {.name = #fn, .fd = olddir, .path = oldpath, .fd2 = newdir, .path2 = newpath}); \
+    }
+
 using fault::Io;
 using fault::Report;
-using fault::Write;
 
 // Exported, so that they take precedence for the library too.
 #pragma GCC visibility push(default)
@@ -218,90 +252,6 @@ int openat(int dirfd, const char *path, int flags, ...)
 int open64(const char *path, int flags, ...) __attribute__((alias("open"), nothrow));
 int openat64(int dirfd, const char *path, int flags, ...) __attribute__((alias("openat"), nothrow));
 
-ssize_t read(int fd, void *buf, size_t size)
-{
-    NEXT(read);
-    return Io(next, fd, buf, size);
-}
-ssize_t pread(int fd, void *buf, size_t size, off_t offset)
-{
-    NEXT(pread);
-    return Io(next, fd, buf, size, offset);
-}
-
-ssize_t pread64(int fd, void *buf, size_t size, off64_t offset)
-{
-    NEXT(pread64);
-    return Io(next, fd, buf, size, offset);
-}
-
-ssize_t write(int fd, const void *buf, size_t size)
-{
-    NEXT(write);
-    return Report(Write(next, fd, buf, size), {.name = "write", .fd = fd});
-}
-
-ssize_t pwrite(int fd, const void *buf, size_t size, off_t offset)
-{
-    NEXT(pwrite);
-    return Report(Write(next, fd, buf, size, offset), {.name = "pwrite", .fd = fd});
-}
-
-ssize_t pwrite64(int fd, const void *buf, size_t size, off64_t offset)
-{
-    NEXT(pwrite64);
-    return Report(Write(next, fd, buf, size, offset), {.name = "pwrite64", .fd = fd});
-}
-
-off_t lseek(int fd, off_t offset, int whence) noexcept
-{
-    NEXT(lseek);
-    return Io(next, fd, offset, whence);
-}
-int fstat(int fd, struct stat *st) noexcept
-{
-    NEXT(fstat);
-    return Io(next, fd, st);
-}
-int fstat64(int fd, struct stat64 *st) noexcept
-{
-    NEXT(fstat64);
-    return Io(next, fd, st);
-}
-
-int fstatat(int dirfd, const char *path, struct stat *st, int flags) noexcept
-{
-    NEXT(fstatat);
-    return Io(next, dirfd, path, st, flags);
-}
-
-int fstatat64(int dirfd, const char *path, struct stat64 *st, int flags) noexcept
-{
-    NEXT(fstatat64);
-    return Io(next, dirfd, path, st, flags);
-}
-
-int stat(const char *path, struct stat *st) noexcept
-{
-    NEXT(stat);
-    return Io(next, path, st);
-}
-int lstat(const char *path, struct stat *st) noexcept
-{
-    NEXT(lstat);
-    return Io(next, path, st);
-}
-int fsync(int fd)
-{
-    NEXT(fsync);
-    return Report(Io(next, fd), {.name = "fsync", .fd = fd});
-}
-int fdatasync(int fd)
-{
-    NEXT(fdatasync);
-    return Report(Io(next, fd), {.name = "fdatasync", .fd = fd});
-}
-
 int close(int fd)
 {
     NEXT(close);
@@ -312,122 +262,48 @@ int close(int fd)
     return next(fd);
 }
 
-int flock(int fd, int operation) noexcept
-{
-    NEXT(flock);
-    return Io(next, fd, operation);
-}
-int ftruncate(int fd, off_t length) noexcept
-{
-    NEXT(ftruncate);
-    return Report(Io(next, fd, length), {.name = "ftruncate", .fd = fd});
-}
+QUIET(ssize_t, read, , (int fd, void *buf, size_t size), fd, buf, size)
+QUIET(ssize_t, pread, , (int fd, void *buf, size_t size, off_t offset), fd, buf, size, offset)
+QUIET(ssize_t, pread64, , (int fd, void *buf, size_t size, off64_t offset), fd, buf, size, offset)
+QUIET(off_t, lseek, noexcept, (int fd, off_t offset, int whence), fd, offset, whence)
+QUIET(int, fstat, noexcept, (int fd, struct stat *st), fd, st)
+QUIET(int, fstat64, noexcept, (int fd, struct stat64 *st), fd, st)
+QUIET(int, fstatat, noexcept, (int dirfd, const char *path, struct stat *st, int flags), dirfd, path, st, flags)
+QUIET(int, fstatat64, noexcept, (int dirfd, const char *path, struct stat64 *st, int flags), dirfd, path, st, flags)
+QUIET(int, stat, noexcept, (const char *path, struct stat *st), path, st)
+QUIET(int, lstat, noexcept, (const char *path, struct stat *st), path, st)
+QUIET(int, flock, noexcept, (int fd, int operation), fd, operation)
+QUIET(ssize_t, readlinkat, noexcept, (int dirfd, const char *path, char *buf, size_t size), dirfd, path, buf, size)
+QUIET(ssize_t, flistxattr, noexcept, (int fd, char *list, size_t size), fd, list, size)
+QUIET(ssize_t, fgetxattr, noexcept, (int fd, const char *name, void *value, size_t size), fd, name, value, size)
 
+ON_FD(ssize_t, write, , Write, (int fd, const void *buf, size_t size), fd, buf, size)
+ON_FD(ssize_t, pwrite, , Write, (int fd, const void *buf, size_t size, off_t offset), fd, buf, size, offset)
+ON_FD(ssize_t, pwrite64, , Write, (int fd, const void *buf, size_t size, off64_t offset), fd, buf, size, offset)
+ON_FD(int, fsync, , Io, (int fd), fd)
+ON_FD(int, fdatasync, , Io, (int fd), fd)
+ON_FD(int, ftruncate, noexcept, Io, (int fd, off_t length), fd, length)
 int ftruncate64(int fd, off64_t length) noexcept __attribute__((alias("ftruncate")));
+ON_FD(int, fchown, noexcept, Io, (int fd, uid_t uid, gid_t gid), fd, uid, gid)
+ON_FD(int, fchmod, noexcept, Io, (int fd, mode_t mode), fd, mode)
+ON_FD(int, fsetxattr, noexcept, Io, (int fd, const char *name, const void *value, size_t size, int flags), fd, name,
+      value, size, flags)
+ON_FD(int, fremovexattr, noexcept, Io, (int fd, const char *name), fd, name)
 
-int fchown(int fd, uid_t uid, gid_t gid) noexcept
-{
-    NEXT(fchown);
-    return Report(Io(next, fd, uid, gid), {.name = "fchown", .fd = fd});
-}
-int fchmod(int fd, mode_t mode) noexcept
-{
-    NEXT(fchmod);
-    return Report(Io(next, fd, mode), {.name = "fchmod", .fd = fd});
-}
+ON_PATH(unlink, (const char *path), AT_FDCWD, path)
+ON_PATH(unlinkat, (int dirfd, const char *path, int flags), dirfd, dirfd, path, flags)
+ON_PATH(rmdir, (const char *path), AT_FDCWD, path)
+ON_PATH(mkdir, (const char *path, mode_t mode), AT_FDCWD, path, mode)
+ON_PATH(mkdirat, (int dirfd, const char *path, mode_t mode), dirfd, dirfd, path, mode)
 
-int fsetxattr(int fd, const char *name, const void *value, size_t size, int flags) noexcept
-{
-    NEXT(fsetxattr);
-    return Report(Io(next, fd, name, value, size, flags), {.name = "fsetxattr", .fd = fd});
-}
-
-int fremovexattr(int fd, const char *name) noexcept
-{
-    NEXT(fremovexattr);
-    return Report(Io(next, fd, name), {.name = "fremovexattr", .fd = fd});
-}
-
-int link(const char *oldpath, const char *newpath) noexcept
-{
-    NEXT(link);
-    return Report(fault::Committed(Io(next, oldpath, newpath), newpath),
-                  {.name = "link", .fd = AT_FDCWD, .path = oldpath, .fd2 = AT_FDCWD, .path2 = newpath});
-}
-
-int linkat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, int flags) noexcept
-{
-    NEXT(linkat);
-    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
-                  {.name = "linkat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
-}
-
-int rename(const char *oldpath, const char *newpath) noexcept
-{
-    NEXT(rename);
-    return Report(fault::Committed(Io(next, oldpath, newpath), newpath),
-                  {.name = "rename", .fd = AT_FDCWD, .path = oldpath, .fd2 = AT_FDCWD, .path2 = newpath});
-}
-
-int renameat(int olddirfd, const char *oldpath, int newdirfd, const char *newpath) noexcept
-{
-    NEXT(renameat);
-    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath), newpath),
-                  {.name = "renameat", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
-}
-
-int renameat2(int olddirfd, const char *oldpath, int newdirfd, const char *newpath, unsigned int flags) noexcept
-{
-    NEXT(renameat2);
-    return Report(fault::Committed(Io(next, olddirfd, oldpath, newdirfd, newpath, flags), newpath),
-                  {.name = "renameat2", .fd = olddirfd, .path = oldpath, .fd2 = newdirfd, .path2 = newpath});
-}
-
-ssize_t readlinkat(int dirfd, const char *path, char *buf, size_t size) noexcept
-{
-    NEXT(readlinkat);
-    return Io(next, dirfd, path, buf, size);
-}
-
-ssize_t flistxattr(int fd, char *list, size_t size) noexcept
-{
-    NEXT(flistxattr);
-    return Io(next, fd, list, size);
-}
-ssize_t fgetxattr(int fd, const char *name, void *value, size_t size) noexcept
-{
-    NEXT(fgetxattr);
-    return Io(next, fd, name, value, size);
-}
-
-int unlink(const char *path) noexcept
-{
-    NEXT(unlink);
-    return Report(Io(next, path), {.name = "unlink", .fd = AT_FDCWD, .path = path});
-}
-int unlinkat(int dirfd, const char *path, int flags) noexcept
-{
-    NEXT(unlinkat);
-    return Report(Io(next, dirfd, path, flags), {.name = "unlinkat", .fd = dirfd, .path = path});
-}
-
-int rmdir(const char *path) noexcept
-{
-    NEXT(rmdir);
-    return Report(Io(next, path), {.name = "rmdir", .fd = AT_FDCWD, .path = path});
-}
-
-int mkdir(const char *path, mode_t mode) noexcept
-{
-    NEXT(mkdir);
-    return Report(Io(next, path, mode), {.name = "mkdir", .fd = AT_FDCWD, .path = path});
-}
-
-int mkdirat(int dirfd, const char *path, mode_t mode) noexcept
-{
-    NEXT(mkdirat);
-    return Report(Io(next, dirfd, path, mode), {.name = "mkdirat", .fd = dirfd, .path = path});
-}
+MOVE(link, (const char *oldpath, const char *newpath), AT_FDCWD, AT_FDCWD, oldpath, newpath)
+MOVE(linkat, (int olddirfd, const char *oldpath, int newdirfd, const char *newpath, int flags), olddirfd, newdirfd,
+     olddirfd, oldpath, newdirfd, newpath, flags)
+MOVE(rename, (const char *oldpath, const char *newpath), AT_FDCWD, AT_FDCWD, oldpath, newpath)
+MOVE(renameat, (int olddirfd, const char *oldpath, int newdirfd, const char *newpath), olddirfd, newdirfd, olddirfd,
+     oldpath, newdirfd, newpath)
+MOVE(renameat2, (int olddirfd, const char *oldpath, int newdirfd, const char *newpath, unsigned int flags), olddirfd,
+     newdirfd, olddirfd, oldpath, newdirfd, newpath, flags)
 
 } // extern "C"
 #pragma GCC visibility pop

@@ -106,33 +106,18 @@ std::vector<Subject> Readers()
 }
 
 // The writers on kBase, on kLarge, or on a missing file for those that
-// create it.
-std::vector<Subject> Writers(std::initializer_list<std::optional<std::string>> contents)
+// create it, in one layout.
+std::vector<Subject> Writers(std::initializer_list<std::optional<std::string>> contents, Layout layout = Layout::kPlain)
 {
+    const char *const where[] = {"", " (through a link)", " (shared directory)", " (attribute)"};
     std::vector<Subject> subjects;
     for (const std::optional<std::string> &content : contents) {
         for (const Writer &writer : AllWriters()) {
             if (content || writer.creates) {
                 const char *const on = !content ? " (missing)" : *content == kLarge ? " (large)" : "";
-                subjects.push_back({writer.name + std::string(on), Layout::kPlain, false, content, -1, writer.call});
+                subjects.push_back({writer.name + std::string(on) + where[static_cast<int>(layout)], layout, false,
+                                    content, -1, writer.call});
             }
-        }
-    }
-    return subjects;
-}
-
-// The writers on kBase in the other layouts.
-std::vector<Subject> WritersElsewhere()
-{
-    constexpr std::pair<Layout, const char *> kLayouts[] = {
-        {Layout::kThroughLink, " (through a link)"},
-        {Layout::kSharedDir, " (shared directory)"},
-        {Layout::kAttribute, " (attribute)"},
-    };
-    std::vector<Subject> subjects;
-    for (const auto &[layout, where] : kLayouts) {
-        for (const Writer &writer : AllWriters()) {
-            subjects.push_back({writer.name + std::string(where), layout, false, kBase, -1, writer.call});
         }
     }
     return subjects;
@@ -408,7 +393,12 @@ TEST(FaultInjection, WritersChangeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers(
 
 // Every step of following a link, making names in a private directory and
 // carrying extended attributes over.
-TEST(FaultInjection, WritersElsewhereChangeAllOrNothing) { EXPECT_TRUE(InjectAll(WritersElsewhere()).empty()); }
+TEST(FaultInjection, WritersElsewhereChangeAllOrNothing)
+{
+    for (const Layout layout : {Layout::kThroughLink, Layout::kSharedDir, Layout::kAttribute}) {
+        EXPECT_TRUE(InjectAll(Writers({kBase}, layout)).empty());
+    }
+}
 
 TEST(FaultInjection, CreatorsMakeAllOrNothing) { EXPECT_TRUE(InjectAll(Writers({std::nullopt})).empty()); }
 

@@ -11,7 +11,6 @@
 #include <chrono>
 #include <fcntl.h>
 #include <set>
-#include <sys/file.h>
 #include <thread>
 
 using namespace test;
@@ -219,23 +218,6 @@ TEST_F(Concurrency, WritersGiveUpOnAHeldLock)
     EXPECT_EQ(ListDir(dir_), std::set<std::string>{"conf"});
 }
 
-// Readers may lock the file itself as they like: writers do not wait for it.
-TEST_F(Concurrency, ReadersLockingTheFileDelayNoWriter)
-{
-    for (const int how : {LOCK_SH, LOCK_EX}) {
-        const velkc::UniqueFd reader(open(conf_.c_str(), O_RDONLY | O_CLOEXEC));
-        ASSERT_EQ(flock(reader.get(), how), 0);
-        for (const Writer &writer : AllWriters()) {
-            SCOPED_TRACE(writer.name);
-            WriteFile(conf_, kBase);
-            Args args;
-            const Clock::time_point start = Clock::now();
-            EXPECT_EQ(writer.call(conf_.c_str(), args), writer.result);
-            EXPECT_LT(MillisSince(start), VELKC_FILE_LOCK_TIMEOUT_MS / 2); // far from waiting for the lock
-        }
-    }
-}
-
 // Children forked while other threads write, by fork() or VELKCProcForkEx,
 // keep none of the writers' locks: their own writes go through, and the
 // parent's writers go on while the children live.
@@ -313,25 +295,6 @@ TEST_F(Concurrency, ForkedChildrenKeepNoWritersLock)
                 childFailures, childTimeouts, parentFailures.load());
     EXPECT_EQ(childFailures, 0);
     EXPECT_EQ(parentFailures, 0);
-}
-
-TEST_F(Concurrency, WriterWaitsForALockReleasedSoon)
-{
-    const std::function<int(const char *)> calls[] = {
-        [](const char *p) { return VELKCFileSetKeyValue(p, "k1", "x", nullptr); },
-        [](const char *p) { return VELKCFileAppendKey(p, "k9", "y", nullptr); },
-    };
-    for (const auto &call : calls) {
-        std::unique_ptr<velkc::WriteLock> holder = HoldLock();
-        const std::jthread release([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            holder.reset();
-        });
-        const Clock::time_point start = Clock::now();
-        EXPECT_EQ(call(conf_.c_str()), 1);
-        EXPECT_GE(MillisSince(start), 90);
-    }
-    EXPECT_EQ(ReadFile(conf_), "k1=x\nk2=v2\n#c=1\n[s]\nm=1\nk9=y\n");
 }
 
 } // namespace

@@ -210,6 +210,16 @@ TEST_F(Readers, MissingFileAndDirectoryFailToOpen)
     EXPECT_FALSE(fs::exists(missing));
 }
 
+// Reading through this link fails at once (EIO): a read error, where the
+// fault injection takes an open error too.
+TEST_F(Readers, UnreadableFileIsAReadError)
+{
+    fs::create_symlink("/proc/self/mem", Path("unreadable"));
+    char value[16];
+    EXPECT_EQ(VELKCFileGetKeyValue(Path("unreadable").c_str(), "k", value, sizeof value, 0), -1);
+    ExpectError(ERR_READ_FAILED, "file_get_key_value");
+}
+
 // The null arguments that the FILE suite does not try.
 TEST_F(Readers, NullArguments)
 {

@@ -17,6 +17,16 @@ namespace {
 
 enum class State { Empty, Live, Tomb };
 
+// The slot counts a table or a set grows through from the 31 slots of a
+// new one, and the live entries at which an insertion grows each: fixed
+// numbers, so that a change of the rule shows.
+struct Growth {
+    int nSlot;
+    int growsAt;
+    int next;
+};
+constexpr Growth kGrowth[] = {{31, 24, 119}, {119, 90, 471}, {471, 354, 1879}, {1879, 1410, 7511}};
+
 struct RefSlot {
     State state = State::Empty;
     std::string key;
@@ -80,7 +90,14 @@ struct Model {
         }
     }
 
-    bool SlotsShort() const { return static_cast<float>(nSlot - count) / static_cast<float>(nSlot) < 0.25f; }
+    // The growth point of the present slot count.
+    const Growth &Stage() const
+    {
+        const Growth *stage = std::ranges::find(kGrowth, nSlot, &Growth::nSlot);
+        EXPECT_NE(stage, std::end(kGrowth)) << nSlot << " slots";
+        return stage != std::end(kGrowth) ? *stage : kGrowth[0];
+    }
+    bool SlotsShort() const { return count >= Stage().growsAt; }
 
     // The table's check-space rule.
     void TableReserve(int cbNeed)
@@ -91,7 +108,7 @@ struct Model {
             return;
         }
         const int avg = count == 0 ? cbNeed : static_cast<int>(static_cast<float>(cbSpace) / static_cast<float>(count));
-        Rebuild(slotsShort ? 4 * nSlot - 5 : nSlot, spaceShort ? cbSpace + avg * (nSlot - count) + cbNeed : cbSpace);
+        Rebuild(slotsShort ? Stage().next : nSlot, spaceShort ? cbSpace + avg * (nSlot - count) + cbNeed : cbSpace);
     }
 
     int TableSet(const std::string &key, const std::string &value)
@@ -117,7 +134,7 @@ struct Model {
     {
         const int cb = static_cast<int>(item.size() + 1);
         if (SlotsShort() || cbFree <= cb) {
-            const int n = SlotsShort() ? 4 * nSlot - 5 : nSlot;
+            const int n = SlotsShort() ? Stage().next : nSlot;
             const int used = cbSpace - cbFree;
             const int avg = count == 0 ? cb : static_cast<int>(static_cast<float>(used) / static_cast<float>(count));
             Rebuild(n, std::max({cb + avg * n, cbSpace, used + cb}));
@@ -188,10 +205,13 @@ struct KeySource {
     }
 };
 
+// A key pool, the seed of the run, and the slot count the block has grown
+// to at its end.
 struct ModelParam {
     bool patterned;
     int pool;
     unsigned seed;
+    int slots;
 };
 
 enum class Op { Write, Remove, Query, Clear };
@@ -217,6 +237,7 @@ void RunModel(const ModelParam &param, const Model &m, Block *const &p, Step ste
         }
     }
     ExpectSameSlots(m, p);
+    EXPECT_EQ(p->nSlot, param.slots);
 }
 
 // Empties the model: the table keeps every used slot as a tombstone, the
@@ -317,10 +338,11 @@ TEST_P(HashModel, SetMatchesTheProbeModel)
     VELKCSzHashSetFree(p);
 }
 
-// Small pools churn through tombstones; large ones grow to 1879 slots.
+// Small pools grow once and churn through tombstones; large ones grow to
+// 1879 slots.
 INSTANTIATE_TEST_SUITE_P(Keys, HashModel,
-                         ::testing::Values(ModelParam{true, 40, 1}, ModelParam{true, 3000, 2}, ModelParam{false, 60, 3},
-                                           ModelParam{false, 3000, 4}));
+                         ::testing::Values(ModelParam{true, 40, 1, 119}, ModelParam{true, 3000, 2, 1879},
+                                           ModelParam{false, 60, 3, 119}, ModelParam{false, 3000, 4, 1879}));
 
 // A pair written through VELKCInsertPair into a slot of the caller's
 // choosing is found (or not) exactly as the probe walk finds it.

@@ -57,31 +57,27 @@ TEST(ColonEscape, RoundTripAtTheExactBound)
         const int cb = static_cast<int>(encoded.size());
         // A declared size of exactly the encoded length fits; the terminator
         // takes the one extra byte. Heap buffers let the sanitizer see overruns.
-        std::vector<char> enc(encoded.size() + 1);
+        std::vector<char> enc(encoded.size() + 1), dec(encoded.size() + 1);
         ASSERT_EQ(VELKCStrEncodeColon(text.c_str(), enc.data(), cb), cb) << text;
         ASSERT_EQ(std::string(enc.data()), encoded);
-        if (cb > 0) {
-            EXPECT_EQ(VELKCStrEncodeColon(text.c_str(), enc.data(), cb - 1), -1);
-            EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
-        }
-
-        std::vector<char> dec(encoded.size() + 1);
         ASSERT_EQ(VELKCStrDecodeColon(enc.data(), dec.data(), cb), static_cast<int>(text.size()));
         ASSERT_EQ(std::string(dec.data()), text);
         if (cb > 0) {
             EXPECT_EQ(VELKCStrDecodeColon(enc.data(), dec.data(), cb - 1), -1);
             EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
+            EXPECT_EQ(VELKCStrEncodeColon(text.c_str(), enc.data(), cb - 1), -1);
+            EXPECT_EQ(VELKCErrGet(), unsigned{ERR_NOT_ENOUGH_MEMORY});
         }
     }
 }
 
-TEST(ColonEscape, DecodeStopsAtABadOrDanglingEscape)
+// An escape with nothing after it ends the text (the STRING suite checks
+// an unknown one).
+TEST(ColonEscape, DecodeStopsAtADanglingEscape)
 {
     char out[16];
     EXPECT_EQ(VELKCStrDecodeColon("ab;", out, 15), 2);
     EXPECT_STREQ(out, "ab");
-    EXPECT_EQ(VELKCStrDecodeColon("a;,;x;;", out, 15), 2);
-    EXPECT_STREQ(out, "a:");
 }
 
 // What the trimming functions should give: the set stripped from both ends,
@@ -121,45 +117,17 @@ TEST(Trim, RandomInputMatchesModelInPlaceAndIntoABuffer)
     }
 }
 
-TEST(Trim, OutputInsideTheTextIsRefusedBeforeOrAfterIsNot)
+// Output inside the text is refused (the STRING suite checks that); just
+// past its terminator or before it, even overlapping, is not.
+TEST(Trim, OutputBeforeOrAfterTheTextIsAllowed)
 {
-    // One buffer: room before the input " ab " and after its terminator.
     char buf[16] = {};
     char *in = buf + 5;
     std::strcpy(in, " ab ");
-    for (int k = 1; k <= 4; ++k) {
-        VELKCErrSetEx(0, "test", 0);
-        EXPECT_EQ(VELKCStrTrim(in, in + k, nullptr), -1) << k;
-        EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
-        EXPECT_EQ(VELKCStrTrimSpace(in, in + k), -1) << k;
-    }
-    EXPECT_STREQ(in, " ab ");
-    // Just past the terminator: a separate buffer as far as the rule goes.
     EXPECT_EQ(VELKCStrTrim(in, in + 5, nullptr), 2);
     EXPECT_STREQ(in + 5, "ab");
-    // Before the input, even overlapping it: a forward copy is safe.
     EXPECT_EQ(VELKCStrTrim(in, in - 2, nullptr), 2);
     EXPECT_STREQ(in - 2, "ab");
-}
-
-// Joins `items` with `sep` into a fresh buffer.
-std::string Join(std::vector<const char *> items, const char *sep)
-{
-    char *out = nullptr;
-    int cb = 0;
-    const int rc = VELKCStrJoin(const_cast<char **>(items.data()), static_cast<int>(items.size()), sep, &out, &cb);
-    std::string joined = rc == 0 ? std::string(out) : std::string("<error>");
-    std::free(out);
-    return joined;
-}
-
-TEST(Join, EdgeCases)
-{
-    EXPECT_EQ(Join({"a", ""}, ","), "a,"); // an empty item still gets its separator
-    EXPECT_EQ(Join({"", ""}, ","), ",");
-    EXPECT_EQ(Join({"a", "b"}, "<->"), "a<->b");
-    EXPECT_EQ(Join({"", ""}, ""), "<error>"); // nothing at all to write
-    EXPECT_EQ(VELKCErrGet(), unsigned{ERR_BAD_PARAMETERS});
 }
 
 TEST(Join, ReusesALargeBufferAndGrowsASmallOne)
@@ -171,10 +139,10 @@ TEST(Join, ReusesALargeBufferAndGrowsASmallOne)
     char *out = static_cast<char *>(std::malloc(static_cast<std::size_t>(cb)));
     std::memset(out, 'x', static_cast<std::size_t>(cb));
     char *const before = out;
-    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "/", &out, &cb), 0);
+    ASSERT_EQ(VELKCStrJoin(rgsz, 2, "<->", &out, &cb), 0);
     EXPECT_EQ(out, before);
     EXPECT_EQ(cb, 64);
-    EXPECT_STREQ(out, "alpha/beta");
+    EXPECT_STREQ(out, "alpha<->beta");
     EXPECT_EQ(out[63], '\0'); // the whole buffer is cleared first
 
     cb = 4;

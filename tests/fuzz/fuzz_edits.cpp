@@ -1,11 +1,10 @@
 // Fuzzes the section editors, in transactions and streaming. The input is a
 // file's text, a NUL byte, then a script of edits: set or remove a key, add,
-// rename or remove a section, add a key and remove it again. Each edit is
-// applied both to the file and to a model of what the section readers see
-// (section -> key -> value); after every change the model must equal what a
-// reference reader, written here from the reading rules, finds in the new
-// text, and after every commit the library's own section readers must
-// agree with it.
+// rename or remove a section, add a key and remove it again, abort. Each edit
+// is applied both to the file and to a model of what the section readers see;
+// after every change the model must equal what a reference reader, written
+// here from the reading rules, finds in the new text, and after every commit
+// the library's own readers must agree with it.
 #include "fuzz_support.hpp"
 
 #include <algorithm>
@@ -16,25 +15,7 @@
 
 namespace {
 
-// ---------------------------------------------------------------------------
-// The reference reader.
-
-constexpr std::string_view kBlanks = " \t\r\n";
-
-// A key or value as the readers give it: blanks trimmed from both ends, then
-// one pair of enclosing double quotes.
-std::string_view Trim(std::string_view text)
-{
-    const std::size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos) {
-        return {};
-    }
-    text = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        text = text.substr(1, text.size() - 2);
-    }
-    return text;
-}
+using Name = std::optional<std::string>; // none: the lines before the first section
 
 // The lines of a text, each with its line ending; the last may lack one.
 std::vector<std::string_view> RawLines(std::string_view text)
@@ -48,114 +29,94 @@ std::vector<std::string_view> RawLines(std::string_view text)
     return lines;
 }
 
-// The name of a header line, "[name]" followed by white space only; none
-// for another line that starts with "[".
-std::optional<std::string> HeaderName(std::string_view line)
+// A key or value as the readers give it: blanks trimmed from both ends, then
+// one pair of enclosing double quotes.
+std::string Trim(std::string_view text)
 {
-    const std::size_t close = line.rfind(']');
-    if (close == std::string_view::npos || close == 0) {
-        return std::nullopt;
-    }
-    for (const char c : line.substr(close + 1)) {
-        if (std::isspace(static_cast<unsigned char>(c)) == 0) {
-            return std::nullopt;
-        }
-    }
-    return std::string(line.substr(1, close - 1));
+    const std::string t = fuzz::TrimBlanks(std::string(text));
+    return t.size() >= 2 && t.front() == '"' && t.back() == '"' ? t.substr(1, t.size() - 2) : t;
+}
+
+bool HasLineBreak(std::string_view text) { return text.find_first_of("\r\n") != std::string_view::npos; }
+bool IsCommentKey(std::string_view key) { return key.starts_with('#') || key.starts_with(';'); }
+
+// A key the editors write: one line's key, read back as it is.
+bool IsWritableKey(std::string_view key)
+{
+    return !key.empty() && !HasLineBreak(key) && key.find('=') == std::string_view::npos && !key.starts_with('[') &&
+           !IsCommentKey(key) && Trim(key) == key;
 }
 
 struct Entry {
     std::string key;
     std::string value; // of the last key line, the one the readers take
-    int lines = 0;     // key lines of the key in its section
+    int lines = 0;     // key lines of the key in its region
     long last = -1;    // the last key line's number in the text read; not compared
 
-    bool operator==(const Entry &other) const
-    {
-        return key == other.key && value == other.value && lines == other.lines;
-    }
+    bool operator==(const Entry &o) const { return key == o.key && value == o.value && lines == o.lines; }
 };
 
 // The lines before the first line that starts with "[", or the lines from
-// one such line up to the next.
+// one such line up to the next; named when that line is "[name]" followed
+// by white space only.
 struct Region {
-    std::optional<std::string> name; // none: the first line is no header
-    std::vector<Entry> entries;      // in the order the keys first appear
+    Name name;
+    std::vector<Entry> entries; // in the order the keys first appear
 
-    bool operator==(const Region &other) const { return name == other.name && entries == other.entries; }
-
+    bool operator==(const Region &) const = default;
     Entry *Find(std::string_view key)
     {
-        for (Entry &entry : entries) {
-            if (entry.key == key) {
-                return &entry;
-            }
-        }
-        return nullptr;
+        const auto it = std::find_if(entries.begin(), entries.end(), [&](const Entry &e) { return e.key == key; });
+        return it != entries.end() ? &*it : nullptr;
     }
 };
 
-struct Doc {
-    Region preamble;
-    std::vector<Region> regions;
+// The regions of a text, the lines before the first section first.
+using Doc = std::vector<Region>;
 
-    bool operator==(const Doc &other) const { return preamble == other.preamble && regions == other.regions; }
+// The first section of a name, as the readers and editors find it.
+Region *Section(Doc &doc, const Name &name)
+{
+    const auto it = std::find_if(doc.begin() + 1, doc.end(), [&](const Region &r) { return r.name == name; });
+    return !name ? &doc[0] : it != doc.end() ? &*it : nullptr;
+}
 
-    // The first section of a name, as the readers and editors find it; the
-    // lines before the first section for none.
-    Region *Section(const std::optional<std::string> &name)
-    {
-        if (!name) {
-            return &preamble;
+std::vector<std::string> Names(const Doc &doc)
+{
+    std::vector<std::string> names;
+    for (auto region = doc.begin() + 1; region != doc.end(); ++region) {
+        if (region->name) {
+            names.push_back(*region->name);
         }
-        for (Region &region : regions) {
-            if (region.name == name) {
-                return &region;
-            }
-        }
-        return nullptr;
     }
-
-    std::vector<std::string> Names() const
-    {
-        std::vector<std::string> names;
-        for (const Region &region : regions) {
-            if (region.name) {
-                names.push_back(*region.name);
-            }
-        }
-        return names;
-    }
-};
+    return names;
+}
 
 // What the section readers see in a text. Keys that begin with "#" or ";"
 // are left out: the readers take a comment line in a section for a pair,
 // the editors never write such a key.
-Doc Parse(const std::string &text)
+Doc Parse(std::string_view text)
 {
-    Doc doc;
-    Region *region = &doc.preamble;
-    const std::vector<std::string> lines = fuzz::Lines(text);
+    Doc doc(1);
+    const std::vector<std::string_view> lines = RawLines(text);
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const std::string_view line = lines[i];
-        if (line.starts_with('[')) {
-            doc.regions.push_back(Region{HeaderName(line), {}});
-            region = &doc.regions.back();
-            continue;
-        }
+        const std::size_t close = line.rfind(']');
         const std::size_t equals = line.find('=');
-        if (equals == std::string_view::npos) {
+        if (line.starts_with('[')) {
+            const bool named =
+                close != std::string_view::npos &&
+                std::all_of(line.begin() + close + 1, line.end(), [](unsigned char c) { return std::isspace(c); });
+            doc.push_back({named ? Name(line.substr(1, close - 1)) : std::nullopt, {}});
             continue;
         }
-        const std::string_view key = Trim(line.substr(0, equals));
-        if (key.empty() || key.front() == '#' || key.front() == ';') {
+        const std::string key = equals != std::string_view::npos ? Trim(line.substr(0, equals)) : "";
+        if (key.empty() || IsCommentKey(key)) {
             continue;
         }
-        Entry *entry = region->Find(key);
-        if (entry == nullptr) {
-            region->entries.push_back(Entry{std::string(key), {}, 0, -1});
-            entry = &region->entries.back();
-        }
+        Region &region = doc.back();
+        Entry *entry = region.Find(key);
+        entry = entry != nullptr ? entry : &region.entries.emplace_back(Entry{key, {}, 0, -1});
         entry->value = Trim(line.substr(equals + 1));
         ++entry->lines;
         entry->last = static_cast<long>(i);
@@ -163,29 +124,11 @@ Doc Parse(const std::string &text)
     return doc;
 }
 
-// ---------------------------------------------------------------------------
-// The edits and what they do to the model.
-
-bool HasLineBreak(std::string_view text) { return text.find_first_of("\r\n") != std::string_view::npos; }
-
-// A key the editors write: one line's key, read back as it is.
-bool IsWritableKey(std::string_view key)
-{
-    constexpr std::string_view kSpacing = " \t";
-    return !key.empty() && !HasLineBreak(key) && key.find('=') == std::string_view::npos &&
-           std::string_view("[#;").find(key.front()) == std::string_view::npos &&
-           kSpacing.find(key.front()) == std::string_view::npos &&
-           kSpacing.find(key.back()) == std::string_view::npos &&
-           !(key.size() >= 2 && key.front() == '"' && key.back() == '"');
-}
-
-bool IsCommentKey(std::string_view key) { return key.starts_with('#') || key.starts_with(';'); }
-
 enum Kind { kSet, kRemoveKey, kAddSection, kRenameSection, kRemoveSection, kAddAndRemove, kAbort, kKindCount };
 
 struct Edit {
     Kind kind;
-    std::optional<std::string> section; // none: the lines before the first section
+    Name section;
     std::string key;
     std::string value; // also the new name of a renamed section
 
@@ -193,97 +136,81 @@ struct Edit {
 };
 
 // What a call must return, and the error it must record with a result of 0
-// (0 for none to check).
+// or less (0: none to check); any count for the removal of a comment key,
+// whose lines the model does not count.
 struct Outcome {
     int result;
-    unsigned error;
-    bool anyCount = false; // a removal of a comment key: the model does not count its lines
+    unsigned error = 0;
+    bool anyCount = false;
 };
 
-constexpr Outcome kRefused{-1, ERR_BAD_PARAMETERS};
-
-// Applies an edit to the model and tells what the call must return.
-Outcome Apply(Doc &doc, const Edit &edit)
+// Input that would change the lines around it: the editors refuse it.
+bool Refused(const Edit &edit)
 {
-    Region *region = doc.Section(edit.section);
     switch (edit.kind) {
     case kSet:
-    case kAddAndRemove:
-        if (!IsWritableKey(edit.key) || HasLineBreak(edit.value) || (edit.section && HasLineBreak(*edit.section))) {
-            return kRefused;
+        return !IsWritableKey(edit.key) || HasLineBreak(edit.value + edit.section.value_or(""));
+    case kAddSection:
+        return !edit.section || HasLineBreak(*edit.section);
+    case kRenameSection:
+        return !edit.section || HasLineBreak(edit.value);
+    default:
+        return edit.kind == kRemoveSection && !edit.section;
+    }
+}
+
+// Applies a set, a removal or a section edit to the model and tells what the
+// call must return.
+Outcome Apply(Doc &doc, const Edit &edit)
+{
+    if (Refused(edit)) {
+        return {-1, ERR_BAD_PARAMETERS};
+    }
+    Region *region = Section(doc, edit.section);
+    if (edit.kind == kSet || edit.kind == kAddSection) {
+        const bool added = region == nullptr;
+        region = added ? &doc.emplace_back(Region{edit.section, {}}) : region;
+        if (edit.kind == kAddSection) {
+            return {added ? 1 : 0};
         }
-        if (region == nullptr) {
-            doc.regions.push_back(Region{edit.section, {Entry{edit.key, edit.value, 1, -1}}});
-        } else if (Entry *entry = region->Find(edit.key)) {
+        if (Entry *entry = region->Find(edit.key)) {
             entry->value = edit.value;
         } else {
-            region->entries.push_back(Entry{edit.key, edit.value, 1, -1});
+            region->entries.push_back({edit.key, edit.value, 1, -1});
         }
-        return {1, 0};
-    case kRemoveKey: {
-        if (region == nullptr) {
-            return {0, ERR_SECTION_NOT_FOUND};
-        }
-        Entry *entry = region->Find(edit.key);
-        if (entry == nullptr) {
-            return {0, IsCommentKey(edit.key) ? 0u : ERR_KEY_NOT_FOUND, IsCommentKey(edit.key)};
-        }
-        const int lines = entry->lines;
-        region->entries.erase(region->entries.begin() + (entry - region->entries.data()));
-        return {lines, 0};
+        return {1};
     }
-    case kAddSection:
-        if (!edit.section || HasLineBreak(*edit.section)) {
-            return kRefused;
-        }
-        if (region != nullptr) {
-            return {0, 0};
-        }
-        doc.regions.push_back(Region{edit.section, {}});
-        return {1, 0};
-    case kRenameSection:
-        if (!edit.section || HasLineBreak(edit.value)) {
-            return kRefused;
-        }
-        if (region == nullptr) {
-            return {0, ERR_SECTION_NOT_FOUND};
-        }
-        if (doc.Section(edit.value) != nullptr) {
-            return {0, ERR_KEY_EXISTS};
-        }
-        region->name = edit.value;
-        return {1, 0};
-    case kRemoveSection:
-        if (!edit.section) {
-            return kRefused;
-        }
-        if (region == nullptr) {
-            return {0, ERR_SECTION_NOT_FOUND};
-        }
-        doc.regions.erase(doc.regions.begin() + (region - doc.regions.data()));
-        return {1, 0};
-    default:
-        return {0, 0};
+    if (region == nullptr) {
+        return {0, ERR_SECTION_NOT_FOUND};
     }
+    if (edit.kind == kRenameSection) {
+        const bool taken = Section(doc, edit.value) != nullptr;
+        region->name = taken ? region->name : edit.value;
+        return taken ? Outcome{0, ERR_KEY_EXISTS} : Outcome{1};
+    }
+    if (edit.kind == kRemoveSection) {
+        doc.erase(doc.begin() + (region - doc.data()));
+        return {1};
+    }
+    const Entry *entry = region->Find(edit.key);
+    if (entry == nullptr) {
+        return {0, IsCommentKey(edit.key) ? 0u : ERR_KEY_NOT_FOUND, IsCommentKey(edit.key)};
+    }
+    const int lines = entry->lines;
+    region->entries.erase(region->entries.begin() + (entry - region->entries.data()));
+    return {lines};
 }
 
 void CheckOutcome(int result, const Outcome &expected)
 {
-    if (expected.anyCount) {
-        FUZZ_CHECK(result >= 0);
-        return;
-    }
-    FUZZ_CHECK(result == expected.result);
-    if (result <= 0 && expected.error != 0) {
-        FUZZ_CHECK(VELKCErrGet() == expected.error);
-    }
+    FUZZ_CHECK(expected.anyCount ? result >= 0 : result == expected.result);
+    FUZZ_CHECK(expected.anyCount || result > 0 || expected.error == 0 || VELKCErrGet() == expected.error);
 }
 
 int CallInTransaction(VELKCFileEdit *pEdit, const Edit &edit)
 {
     switch (edit.kind) {
     case kSet:
-    case kAddAndRemove:
         return VELKCFileEditSetValue(pEdit, edit.Section(), edit.key.c_str(), edit.value.c_str());
     case kRemoveKey:
         return VELKCFileEditRemoveKey(pEdit, edit.Section(), edit.key.c_str());
@@ -291,22 +218,10 @@ int CallInTransaction(VELKCFileEdit *pEdit, const Edit &edit)
         return VELKCFileEditAddSection(pEdit, edit.Section());
     case kRenameSection:
         return VELKCFileEditRenameSection(pEdit, edit.Section(), edit.value.c_str());
-    case kRemoveSection:
-        return VELKCFileEditRemoveSection(pEdit, edit.Section());
     default:
-        return 0;
+        return VELKCFileEditRemoveSection(pEdit, edit.Section());
     }
 }
-
-int CallStreaming(const char *file, const Edit &edit)
-{
-    return edit.kind == kRemoveKey
-               ? VELKCFileRemoveSectionKey(file, edit.Section(), edit.key.c_str())
-               : VELKCFileSetSectionKeyValue(file, edit.Section(), edit.key.c_str(), edit.value.c_str());
-}
-
-// ---------------------------------------------------------------------------
-// The script: edits drawn from the bytes after the file's text.
 
 // Pieces of generated keys, values and names: harmless ones first, then
 // those that a writer must refuse or that change the lines around them.
@@ -316,116 +231,97 @@ constexpr std::string_view kPieces[] = {
 };
 constexpr std::size_t kHarmless = 13;
 
-class Script {
-public:
-    Script(const uint8_t *data, std::size_t size) : data_(data), size_(size) {}
+// The edits, drawn from the bytes after the file's text.
+struct Script {
+    const uint8_t *data;
+    std::size_t size;
+    std::size_t at = 0;
 
-    bool done() const { return at_ >= size_; }
-    uint8_t Byte() { return at_ < size_ ? data_[at_++] : 0; }
+    bool done() const { return at >= size; }
+    uint8_t Byte() { return at < size ? data[at++] : 0; }
     std::size_t Pick(std::size_t n) { return n == 0 ? 0 : Byte() % n; }
 
     // Up to six pieces; one text in four may hold hostile ones.
     std::string Text()
     {
         const uint8_t mode = Byte();
-        const std::size_t pieces = (mode & 3) == 0 ? std::size(kPieces) : kHarmless;
         std::string text;
         for (int n = (mode >> 2) % 7; n > 0; --n) {
-            text += kPieces[Pick(pieces)];
+            text += kPieces[Pick((mode & 3) == 0 ? std::size(kPieces) : kHarmless)];
         }
         return text;
     }
 
     // Mostly a section the file has, else none or a new name.
-    std::optional<std::string> Section(const Doc &doc)
+    Name PickSection(const Doc &doc)
     {
-        const std::vector<std::string> names = doc.Names();
+        const std::vector<std::string> names = Names(doc);
         const std::size_t mode = Pick(4);
-        if (mode == 0) {
-            return std::nullopt;
-        }
-        if (mode < 3 && !names.empty()) {
-            return names[Pick(names.size())];
-        }
-        return Text();
+        return mode == 0 ? Name() : mode < 3 && !names.empty() ? names[Pick(names.size())] : Text();
     }
 
     // Mostly a key the section has, else a new one.
-    std::string Key(Doc &doc, const std::optional<std::string> &section)
+    std::string PickKey(Doc &doc, const Name &section)
     {
-        const Region *region = doc.Section(section);
-        if (Pick(3) != 0 && region != nullptr && !region->entries.empty()) {
-            return region->entries[Pick(region->entries.size())].key;
-        }
-        return Text();
+        const Region *region = Section(doc, section);
+        const bool known = Pick(3) != 0 && region != nullptr && !region->entries.empty();
+        return known ? region->entries[Pick(region->entries.size())].key : Text();
     }
-
-private:
-    const uint8_t *data_;
-    std::size_t size_;
-    std::size_t at_ = 0;
 };
 
-// ---------------------------------------------------------------------------
-// The file, its model, and the open transaction.
-
+// On tmpfs a commit's syncs cost nothing. Removed at a normal exit; a crash
+// leaves it behind, holding the file as the failing edit left it.
 const test::TempDir &ShmScratch()
 {
-    // On tmpfs a commit's syncs cost nothing. Removed at a normal exit; a
-    // crash leaves it behind, holding the file as the failing edit left it.
     static const test::TempDir dir(fuzz::fs::is_directory("/dev/shm") ? "/dev/shm" : fuzz::fs::temp_directory_path());
     return dir;
 }
 
-std::string TextOf(VELKCFileEdit *pEdit, bool original)
+std::string TextOf(VELKCFileEdit *pEdit, int original)
 {
     char *text = nullptr;
-    const int size = VELKCFileEditGetText(pEdit, original ? 1 : 0, &text);
-    FUZZ_CHECK(size >= 0 && text != nullptr);
+    const int size = VELKCFileEditGetText(pEdit, original, &text);
     const fuzz::MallocPtr owned(text);
-    return std::string(text, static_cast<std::size_t>(size));
+    FUZZ_CHECK(size >= 0 && text != nullptr);
+    return {text, static_cast<std::size_t>(size)};
 }
 
-class Session {
+std::vector<std::string> Items(const fuzz::OwnedList &list) { return {list->pszItem, list->pszItem + list->nItem}; }
+
+// The file, its model, and the open transaction with its own.
+class Session : test::NoCopy {
 public:
-    explicit Session(const std::string &text) : path_(ShmScratch() / "conf"), text_(text), model_(Parse(text))
-    {
-        test::WriteFile(path_, text_);
-    }
+    explicit Session(const std::string &text) : text_(text), model_(Parse(text)) { test::WriteFile(path_, text_); }
     ~Session() { VELKCFileEditAbort(edit_); }
-    Session(const Session &) = delete;
-    Session &operator=(const Session &) = delete;
 
     void Run(Script &script)
     {
         for (int n = 0; n < 48 && !script.done(); ++n) {
             const uint8_t op = script.Byte();
             Edit edit{static_cast<Kind>((op & 0x3f) % kKindCount), {}, {}, {}};
-            const bool streaming = (op & 0x80) != 0;
-            const bool keepOpen = (op & 0x40) != 0;
             if (edit.kind == kAbort) {
                 Abort();
                 continue;
             }
-            edit.section = script.Section(Current());
+            edit.section = script.PickSection(Current());
             // The null section reaches the calls that need a name at times.
             if (!edit.section && edit.kind >= kAddSection && edit.kind <= kRemoveSection && script.Pick(4) != 0) {
                 edit.section = script.Text();
             }
-            edit.key = edit.kind == kAddAndRemove ? script.Text() : script.Key(Current(), edit.section);
+            edit.key = edit.kind == kAddAndRemove ? script.Text() : script.PickKey(Current(), edit.section);
             edit.value = script.Text();
             // A new name that is taken, at times.
-            const std::vector<std::string> names = Current().Names();
+            const std::vector<std::string> names = Names(Current());
             if (edit.kind == kRenameSection && !names.empty() && script.Pick(2) == 0) {
                 edit.value = names[script.Pick(names.size())];
             }
             if (edit.kind == kAddAndRemove) {
-                AddAndRemove(edit, streaming, keepOpen);
-            } else if (streaming && (edit.kind == kSet || edit.kind == kRemoveKey)) {
+                AddAndRemove(edit, (op & 0x80) != 0, (op & 0x40) != 0);
+            } else if ((op & 0x80) != 0 && (edit.kind == kSet || edit.kind == kRemoveKey)) {
                 Streaming(edit);
             } else {
                 Change(edit);
-                if (!keepOpen) {
+                if ((op & 0x40) == 0) {
                     Commit();
                 }
             }
@@ -436,91 +332,56 @@ public:
 private:
     Doc &Current() { return edit_ != nullptr ? pending_ : model_; }
 
-    void Begin()
+    // One change in the open transaction, opened if need be, checked against
+    // the model; what the call had to give.
+    Outcome Change(const Edit &edit)
     {
-        if (edit_ != nullptr) {
-            return;
+        if (edit_ == nullptr) {
+            edit_ = VELKCFileEditOpen(path_.c_str(), EDIT_FLAG_EXISTING);
+            FUZZ_CHECK(edit_ != nullptr && TextOf(edit_, 1) == text_);
+            pending_ = model_;
+            pendingText_ = text_;
         }
-        edit_ = VELKCFileEditOpen(path_.c_str(), EDIT_FLAG_EXISTING);
-        FUZZ_CHECK(edit_ != nullptr);
-        FUZZ_CHECK(TextOf(edit_, true) == text_);
-        pending_ = model_;
-        pendingText_ = text_;
-    }
-
-    // One change in the open transaction, checked against the model.
-    void Change(const Edit &edit)
-    {
-        Begin();
         const std::string before = pendingText_;
-        const Doc read = Parse(before);
+        Doc read = Parse(before);
         const Outcome expected = Apply(pending_, edit);
         const int result = CallInTransaction(edit_, edit);
         CheckOutcome(result, expected);
-        pendingText_ = TextOf(edit_, false);
+        pendingText_ = TextOf(edit_, 0);
         FUZZ_CHECK(Parse(pendingText_) == pending_);
-        if (result <= 0) {
-            // Refused, or nothing there to change.
-            FUZZ_CHECK(pendingText_ == before || expected.anyCount);
-        }
-        if (result == 1 && edit.kind == kSet) {
-            CheckOneLineChanged(read, edit, before, pendingText_);
+        // Refused, or nothing there to change.
+        FUZZ_CHECK(result > 0 || pendingText_ == before || expected.anyCount);
+        // Setting a key that is there rewrites its last line alone, and only
+        // when the value changes.
+        Region *region = Section(read, edit.section);
+        const Entry *entry = region != nullptr && edit.kind == kSet && result == 1 ? region->Find(edit.key) : nullptr;
+        const std::vector<std::string_view> old = RawLines(before);
+        const std::vector<std::string_view> now = RawLines(pendingText_);
+        FUZZ_CHECK(entry == nullptr || old.size() == now.size());
+        for (std::size_t i = 0; entry != nullptr && i < old.size(); ++i) {
+            FUZZ_CHECK((old[i] != now[i]) == (static_cast<long>(i) == entry->last && entry->value != edit.value));
         }
         CheckTransactionReads(edit);
-    }
-
-    // Setting a key that is there rewrites its last line alone, and only
-    // when the value changes.
-    static void CheckOneLineChanged(Doc read, const Edit &edit, const std::string &before, const std::string &after)
-    {
-        Region *region = read.Section(edit.section);
-        const Entry *entry = region != nullptr ? region->Find(edit.key) : nullptr;
-        if (entry == nullptr) {
-            return;
-        }
-        const std::vector<std::string_view> old = RawLines(before);
-        const std::vector<std::string_view> now = RawLines(after);
-        FUZZ_CHECK(old.size() == now.size());
-        for (std::size_t i = 0; i < old.size(); ++i) {
-            if (static_cast<long>(i) != entry->last) {
-                FUZZ_CHECK(old[i] == now[i]);
-            }
-        }
-        const auto at = static_cast<std::size_t>(entry->last);
-        FUZZ_CHECK((old[at] != now[at]) == (entry->value != edit.value));
+        return expected;
     }
 
     // The transaction's own readers agree with the model.
     void CheckTransactionReads(const Edit &edit)
     {
         fuzz::OwnedList sections(VELKCSzListAlloc(0));
-        FUZZ_CHECK(sections);
-        const int nSection = VELKCFileEditGetSections(edit_, sections.address());
-        FUZZ_CHECK(nSection == sections->nItem);
-        const std::vector<std::string> names = pending_.Names();
-        FUZZ_CHECK(static_cast<std::size_t>(sections->nItem) == names.size());
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            FUZZ_CHECK(names[i] == sections->pszItem[i]);
-        }
-
-        Region *region = pending_.Section(edit.section);
         fuzz::OwnedList keys(VELKCSzListAlloc(0));
-        FUZZ_CHECK(keys);
+        FUZZ_CHECK(sections && keys);
+        FUZZ_CHECK(VELKCFileEditGetSections(edit_, sections.address()) == sections->nItem);
+        FUZZ_CHECK(Items(sections) == Names(pending_));
+
+        Region *region = Section(pending_, edit.section);
         const int nKey = VELKCFileEditGetKeys(edit_, edit.Section(), keys.address());
         if (region == nullptr) {
             FUZZ_CHECK(nKey == -1 && VELKCErrGet() == ERR_SECTION_NOT_FOUND);
         } else {
-            FUZZ_CHECK(nKey == keys->nItem);
-            std::vector<std::string> listed;
-            for (int i = 0; i < keys->nItem; ++i) {
-                if (!IsCommentKey(keys->pszItem[i])) {
-                    listed.emplace_back(keys->pszItem[i]);
-                }
-            }
-            FUZZ_CHECK(listed.size() == region->entries.size());
-            for (std::size_t i = 0; i < listed.size(); ++i) {
-                FUZZ_CHECK(listed[i] == region->entries[i].key);
-            }
+            std::vector<std::string> listed = Items(keys);
+            std::erase_if(listed, IsCommentKey);
+            FUZZ_CHECK(nKey == keys->nItem && std::ranges::equal(listed, region->entries, {}, {}, &Entry::key));
         }
 
         if (IsCommentKey(edit.key)) {
@@ -528,15 +389,13 @@ private:
         }
         const Entry *entry = region != nullptr ? region->Find(edit.key) : nullptr;
         const int needed = VELKCFileEditGetValue(edit_, edit.Section(), edit.key.c_str(), nullptr, 0);
-        if (entry == nullptr) {
-            FUZZ_CHECK(needed == 0);
-            FUZZ_CHECK(VELKCErrGet() == (region != nullptr ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND));
-            return;
-        }
-        FUZZ_CHECK(needed == static_cast<int>(entry->value.size()) + 1);
+        const unsigned missing = region != nullptr ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND;
+        FUZZ_CHECK(entry != nullptr ? needed == static_cast<int>(entry->value.size()) + 1
+                                    : needed == 0 && VELKCErrGet() == missing);
         std::vector<char> value(static_cast<std::size_t>(needed));
-        FUZZ_CHECK(VELKCFileEditGetValue(edit_, edit.Section(), edit.key.c_str(), value.data(), needed) == needed);
-        FUZZ_CHECK(entry->value == value.data());
+        FUZZ_CHECK(entry == nullptr ||
+                   (VELKCFileEditGetValue(edit_, edit.Section(), edit.key.c_str(), value.data(), needed) == needed &&
+                    entry->value == value.data()));
     }
 
     void Commit()
@@ -544,44 +403,36 @@ private:
         if (edit_ == nullptr) {
             return;
         }
-        const int result = VELKCFileEditCommit(edit_);
-        edit_ = nullptr;
-        FUZZ_CHECK(result == 0 || result == 1);
-        const std::string now = test::ReadFile(path_);
-        FUZZ_CHECK(now == pendingText_);
-        FUZZ_CHECK(result == 1 || pendingText_ == text_);
-        text_ = now;
+        const int result = VELKCFileEditCommit(std::exchange(edit_, nullptr));
+        const std::string before = std::exchange(text_, test::ReadFile(path_));
+        FUZZ_CHECK(text_ == pendingText_);
+        FUZZ_CHECK(result == 1 || (result == 0 && text_ == before));
         model_ = pending_;
         CheckFile();
     }
 
     void Abort()
     {
-        VELKCFileEditAbort(edit_);
-        edit_ = nullptr;
+        VELKCFileEditAbort(std::exchange(edit_, nullptr));
         FUZZ_CHECK(test::ReadFile(path_) == text_);
     }
 
-    // A streaming call gives the bytes that the same change in a transaction
-    // gives, and what the model expects.
+    // A streaming call gives what the same change in a transaction gives:
+    // the result, the error and the bytes.
     void Streaming(const Edit &edit)
     {
         Commit();
-        Begin();
-        Change(edit);
-        const std::string expected = pendingText_;
+        const Outcome expected = Change(edit);
+        const Doc changed = pending_;
         Abort();
-
-        const std::string before = text_;
-        const Doc read = Parse(before);
-        const Outcome outcome = Apply(model_, edit);
-        const int result = CallStreaming(path_.c_str(), edit);
-        CheckOutcome(result, outcome);
+        CheckOutcome(
+            edit.kind == kRemoveKey
+                ? VELKCFileRemoveSectionKey(path_.c_str(), edit.Section(), edit.key.c_str())
+                : VELKCFileSetSectionKeyValue(path_.c_str(), edit.Section(), edit.key.c_str(), edit.value.c_str()),
+            expected);
         text_ = test::ReadFile(path_);
-        FUZZ_CHECK(text_ == expected);
-        if (result == 1 && edit.kind == kSet) {
-            CheckOneLineChanged(read, edit, before, text_);
-        }
+        FUZZ_CHECK(text_ == pendingText_);
+        model_ = changed;
         CheckFile();
     }
 
@@ -589,29 +440,25 @@ private:
     // transaction, or in two commits, the removal streaming or not.
     void AddAndRemove(Edit edit, bool streaming, bool together)
     {
-        Region *region = Current().Section(edit.section);
-        if (region == nullptr || region->Find(edit.key) != nullptr || !IsWritableKey(edit.key) ||
-            HasLineBreak(edit.value)) {
-            edit.kind = kSet;
+        Region *region = Section(Current(), edit.section);
+        edit.kind = kSet;
+        if (region == nullptr || region->Find(edit.key) != nullptr || Refused(edit)) {
             Change(edit);
             Commit();
             return;
         }
         Commit();
         const std::string before = text_;
-        edit.kind = kSet;
         Change(edit);
         edit.kind = kRemoveKey;
-        if (together) {
-            Change(edit);
-            FUZZ_CHECK(pendingText_ == before);
+        if (!together) {
             Commit();
-        } else if (streaming) {
-            Commit();
+        }
+        if (streaming && !together) {
             Streaming(edit);
         } else {
-            Commit();
             Change(edit);
+            FUZZ_CHECK(!together || pendingText_ == before);
             Commit();
         }
         FUZZ_CHECK(text_ == before);
@@ -621,43 +468,34 @@ private:
     // directory; the section readers read the model's values.
     void CheckFile()
     {
-        const std::set<std::string> names = test::ListDir(ShmScratch().path());
-        FUZZ_CHECK(names == std::set<std::string>{"conf"});
+        FUZZ_CHECK(test::ListDir(ShmScratch().path()) == std::set<std::string>{"conf"});
         FUZZ_CHECK(Parse(text_) == model_);
-        std::set<std::string> seen;
-        for (const Region &region : model_.regions) {
-            if (region.name && seen.insert(*region.name).second) {
-                CheckSectionReaders(*region.name, region);
+        const std::vector<std::string> names = Names(model_);
+        for (const std::string &name : std::set<std::string>(names.begin(), names.end())) {
+            const Region &region = *Section(model_, name);
+            fuzz::OwnedHash pairs(VELKCSzHashAlloc(0));
+            FUZZ_CHECK(pairs);
+            const int nPair = VELKCFileGetSection(path_.c_str(), name.c_str(), pairs.address());
+            FUZZ_CHECK(nPair == VELKCSzHashPairNum(pairs.get()));
+            const auto read = std::count_if(pairs->rgSlot, pairs->rgSlot + pairs->nSlot, [](const SzHashSlot &slot) {
+                return slot.pszKey != nullptr && !IsCommentKey(slot.pszKey);
+            });
+            FUZZ_CHECK(static_cast<std::size_t>(read) == region.entries.size());
+            char value[4096];
+            for (const Entry &entry : region.entries) {
+                const char *got = VELKCSzHashGetValue(pairs.get(), entry.key.c_str());
+                FUZZ_CHECK(got != nullptr && entry.value == got);
+                FUZZ_CHECK(
+                    VELKCFileGetSectionValue(path_.c_str(), name.c_str(), entry.key.c_str(), value, sizeof value) == 0);
+                FUZZ_CHECK(entry.value.substr(0, sizeof value - 1) == value);
             }
+            // No key line has a key with "=".
+            FUZZ_CHECK(VELKCFileGetSectionValue(path_.c_str(), name.c_str(), "absent=", value, sizeof value) == -1);
+            FUZZ_CHECK(VELKCErrGet() == (nPair > 0 ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND));
         }
     }
 
-    void CheckSectionReaders(const std::string &name, const Region &region)
-    {
-        fuzz::OwnedHash pairs(VELKCSzHashAlloc(0));
-        FUZZ_CHECK(pairs);
-        const int nPair = VELKCFileGetSection(path_.c_str(), name.c_str(), pairs.address());
-        FUZZ_CHECK(nPair == VELKCSzHashPairNum(pairs.get()));
-        int read = 0;
-        for (int i = 0; i < pairs->nSlot; ++i) {
-            const SzHashSlot &slot = pairs->rgSlot[i];
-            read += slot.pszKey != nullptr && !IsCommentKey(slot.pszKey) ? 1 : 0;
-        }
-        FUZZ_CHECK(static_cast<std::size_t>(read) == region.entries.size());
-        char value[4096];
-        for (const Entry &entry : region.entries) {
-            const char *got = VELKCSzHashGetValue(pairs.get(), entry.key.c_str());
-            FUZZ_CHECK(got != nullptr && entry.value == got);
-            FUZZ_CHECK(VELKCFileGetSectionValue(path_.c_str(), name.c_str(), entry.key.c_str(), value, sizeof value) ==
-                       0);
-            FUZZ_CHECK(entry.value.substr(0, sizeof value - 1) == value);
-        }
-        // No key line has a key with "=".
-        FUZZ_CHECK(VELKCFileGetSectionValue(path_.c_str(), name.c_str(), "absent=", value, sizeof value) == -1);
-        FUZZ_CHECK(VELKCErrGet() == (nPair > 0 ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND));
-    }
-
-    fuzz::fs::path path_;
+    const fuzz::fs::path path_ = ShmScratch() / "conf";
     std::string text_; // the file's bytes
     Doc model_;        // what the readers see in them
     VELKCFileEdit *edit_ = nullptr;
@@ -671,7 +509,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const auto *nul = static_cast<const uint8_t *>(std::memchr(data, 0, size));
     const std::size_t textSize = nul != nullptr ? static_cast<std::size_t>(nul - data) : size;
-    Script script(data + textSize + (nul != nullptr ? 1 : 0), size - textSize - (nul != nullptr ? 1 : 0));
+    const std::size_t skip = textSize + (nul != nullptr ? 1 : 0);
+    Script script{data + skip, size - skip};
     Session session(std::string(reinterpret_cast<const char *>(data), textSize));
     session.Run(script);
     return 0;
