@@ -3,8 +3,8 @@
 // file like kBase, and the containers such a call needs.
 #pragma once
 
-#include "file/owned_container.hpp"
 #include "support.hpp"
+#include <velkc/containers.hpp>
 
 #include <gtest/gtest.h>
 
@@ -46,12 +46,9 @@ inline void ExpectError(unsigned code, const char *source)
     EXPECT_STREQ(VELKCErrorGetFile(), source);
 }
 
-using velkc::OwnedHash;
-using velkc::OwnedList;
-
 // A hash holding the given pairs.
-struct PairHash : OwnedHash {
-    PairHash(std::initializer_list<std::pair<const char *, const char *>> pairs) : OwnedHash(VELKCSzHashAlloc(512))
+struct PairHash : velkc::Hash {
+    PairHash(std::initializer_list<std::pair<const char *, const char *>> pairs) : velkc::Hash(VELKCSzHashAlloc(512))
     {
         for (const auto &[key, value] : pairs) {
             VELKCSzHashSetValue(address(), key, value);
@@ -63,7 +60,7 @@ struct PairHash : OwnedHash {
 // k1 and a value buffer.
 struct Args {
     PairHash hash{{"k1", "z"}};
-    OwnedList keys{VELKCSzListAlloc(512)};
+    velkc::List keys{VELKCSzListAlloc(512)};
     char buf[64] = {};
 
     Args() { VELKCSzListPush(keys.address(), "k1"); }

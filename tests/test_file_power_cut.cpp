@@ -487,7 +487,7 @@ void PowerCuts(const Recording &rec, const std::function<void(const Tree &, cons
 // the same way, and the lines show whatever any of them could find.
 std::string ReaderAnswer(const fs::path &path)
 {
-    OwnedList lines{VELKCSzListAlloc(512)};
+    velkc::List lines{VELKCSzListAlloc(512)};
     std::string text = std::to_string(VELKCFileReadLines(path.c_str(), lines.address()));
     for (int i = 0; i < lines->nItem; ++i) {
         text += "|" + std::string(lines->pszItem[i]);

@@ -47,8 +47,8 @@ protected:
         return value != nullptr ? value : "<absent>";
     }
 
-    OwnedList list_{VELKCSzListAlloc(0)};
-    OwnedHash hash_{VELKCSzHashAlloc(0)};
+    velkc::List list_{VELKCSzListAlloc(0)};
+    velkc::Hash hash_{VELKCSzHashAlloc(0)};
 };
 
 TEST_F(Readers, KeyValues)

@@ -28,7 +28,7 @@ std::vector<std::string> Lines(const std::string &text)
     return lines;
 }
 
-std::vector<std::string> Items(const OwnedList &list) { return {list->pszItem, list->pszItem + list->nItem}; }
+std::vector<std::string> Items(const velkc::List &list) { return {list->pszItem, list->pszItem + list->nItem}; }
 
 // A transaction that is aborted unless it is committed.
 struct Transaction : NoCopy {
@@ -65,7 +65,7 @@ std::optional<std::string> ReadValue(const fs::path &path, const Section &sectio
 std::vector<std::pair<Section, std::string>> SettingsOf(const fs::path &path)
 {
     const Transaction transaction(path, EDIT_FLAG_EXISTING);
-    OwnedList names(VELKCSzListAlloc(16));
+    velkc::List names(VELKCSzListAlloc(16));
     EXPECT_GE(VELKCFileEditGetSections(transaction.edit, names.address()), 0);
     std::vector<Section> sections{std::nullopt};
     for (const std::string &name : Items(names)) {
@@ -75,7 +75,7 @@ std::vector<std::pair<Section, std::string>> SettingsOf(const fs::path &path)
     }
     std::vector<std::pair<Section, std::string>> settings;
     for (const Section &section : sections) {
-        OwnedList keys(VELKCSzListAlloc(16));
+        velkc::List keys(VELKCSzListAlloc(16));
         EXPECT_GE(VELKCFileEditGetKeys(transaction.edit, Name(section), keys.address()), 0);
         for (const std::string &key : Items(keys)) {
             settings.emplace_back(section, key);
@@ -247,14 +247,14 @@ TEST_F(Transactions, SectionsAreAddedRenamedListedAndRemoved)
     EXPECT_EQ(VELKCFileEditRenameSection(edit, "none", "d"), 0);
     ExpectError(ERR_SECTION_NOT_FOUND, "file_edit_rename_section");
     EXPECT_EQ(VELKCFileEditRenameSection(edit, "a", "d"), 1);
-    OwnedList names(VELKCSzListAlloc(8));
+    velkc::List names(VELKCSzListAlloc(8));
     EXPECT_EQ(VELKCFileEditGetSections(edit, names.address()), 3);
     EXPECT_EQ(Items(names), (std::vector<std::string>{"d", "b", "c"}));
     EXPECT_EQ(VELKCFileEditRemoveSection(edit, "b"), 1);
     EXPECT_EQ(VELKCFileEditRemoveSection(edit, "c"), 1); // added and removed: no trace
     EXPECT_EQ(VELKCFileEditRemoveSection(edit, "c"), 0);
     ExpectError(ERR_SECTION_NOT_FOUND, "file_edit_remove_section");
-    OwnedList keys(VELKCSzListAlloc(8));
+    velkc::List keys(VELKCSzListAlloc(8));
     EXPECT_EQ(VELKCFileEditGetKeys(edit, "b", keys.address()), -1);
     ExpectError(ERR_SECTION_NOT_FOUND, "file_edit_get_keys");
     ASSERT_EQ(transaction.Commit(), 1);

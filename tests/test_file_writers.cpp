@@ -178,7 +178,7 @@ TEST_F(Writers, NewFileBelongsToTheCallerWhateverTheUmask)
 
 TEST_F(Writers, NothingToChangeLeavesTheFileAsItWas)
 {
-    OwnedList absent(VELKCSzListAlloc(0));
+    velkc::List absent(VELKCSzListAlloc(0));
     VELKCSzListPush(absent.address(), "nokey");
     const std::function<int(const char *)> edits[] = {
         [](const char *p) { return VELKCFileRemoveKey(p, "k"); },

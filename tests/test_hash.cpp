@@ -1,17 +1,14 @@
 // The hash table and the hash set beyond what the probe model of
 // test_hash_model.cpp follows: the hash code itself, arguments that point
 // into the block they make grow, and an area filled with tiny items.
-#include "file/owned_container.hpp"
 #include <velkc.h>
+#include <velkc/containers.hpp>
 
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace {
-
-using velkc::OwnedHash;
-using OwnedSet = velkc::OwnedContainer<SzHashSet, VELKCSzHashSetFree>;
 
 std::string Numbered(const char *prefix, int i) { return prefix + std::to_string(i); }
 
@@ -31,8 +28,8 @@ TEST(HashCode, SumsLittleEndianWordsOfUnsignedBytes)
 // the block move: the 25th entry grows 31 slots to 119.
 TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
 {
-    OwnedHash table(VELKCSzHashAlloc(512));
-    OwnedSet set(VELKCSzHashSetAlloc(512));
+    velkc::Hash table(VELKCSzHashAlloc(512));
+    velkc::HashSet set(VELKCSzHashSetAlloc(512));
     for (int i = 0; i < 24; ++i) {
         ASSERT_GE(VELKCSzHashSetValue(table.address(), Numbered("key", i).c_str(), Numbered("value", i).c_str()), 0);
         ASSERT_EQ(VELKCSzHashSetAdd(set.address(), Numbered("item", i).c_str()), 0);
@@ -54,7 +51,7 @@ TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
 // fall short of the bytes in use; the set's area must still take them all.
 TEST(HashGrowth, TinyItemsNeverOverrunTheSetsArea)
 {
-    OwnedSet set(VELKCSzHashSetAlloc(512));
+    velkc::HashSet set(VELKCSzHashSetAlloc(512));
     std::vector<std::string> items;
     for (char a = '!'; a <= '~'; ++a) {
         items.emplace_back(1, a);

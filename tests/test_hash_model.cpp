@@ -2,8 +2,8 @@
 // from the word-sum home slot: random operation sequences over patterned
 // and random keys must give the same slot indices, slot states, growth
 // points and sizes, and the same answers from the lookups.
-#include "file/owned_container.hpp"
 #include <velkc.h>
+#include <velkc/containers.hpp>
 
 #include <algorithm>
 #include <cstdio>
@@ -256,7 +256,7 @@ void ClearModel(Model &m, bool keepTombstones)
 template <typename List>
 void ExpectListed(const Model &m, List list)
 {
-    velkc::OwnedList listed(VELKCSzListAlloc(512));
+    velkc::List listed(VELKCSzListAlloc(512));
     VELKCSzListPush(listed.address(), "before");
     ASSERT_TRUE(list(listed.address()));
     std::multiset<std::string> want{"before"};

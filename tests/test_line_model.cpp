@@ -79,7 +79,7 @@ TEST(LineKeyMatch, KeysAreTrimmedAndExact)
 // VELKCFileMatch with a list of items.
 int Match(const char *line, std::initializer_list<const char *> items, const char *seps = "=\n")
 {
-    velkc::OwnedList list(VELKCSzListAlloc(0));
+    velkc::List list(VELKCSzListAlloc(0));
     for (const char *item : items) {
         VELKCSzListPush(list.address(), item);
     }

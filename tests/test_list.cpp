@@ -1,7 +1,7 @@
 // The string list: holes, sort modes and finding among duplicates, and the
 // And/Or cases the LIST suite leaves out.
-#include "file/owned_container.hpp"
 #include <velkc.h>
+#include <velkc/containers.hpp>
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-using ListPtr = velkc::OwnedList;
+using ListPtr = velkc::List;
 
 // A list holding items, sorted by mode.
 struct List : ListPtr {

@@ -286,7 +286,7 @@ std::string TextOf(VELKCFileEdit *pEdit, int original)
     return {text, static_cast<std::size_t>(size)};
 }
 
-std::vector<std::string> Items(const fuzz::OwnedList &list) { return {list->pszItem, list->pszItem + list->nItem}; }
+std::vector<std::string> Items(const velkc::List &list) { return {list->pszItem, list->pszItem + list->nItem}; }
 
 // The file, its model, and the open transaction with its own.
 class Session : test::NoCopy {
@@ -368,8 +368,8 @@ private:
     // The transaction's own readers agree with the model.
     void CheckTransactionReads(const Edit &edit)
     {
-        fuzz::OwnedList sections(VELKCSzListAlloc(0));
-        fuzz::OwnedList keys(VELKCSzListAlloc(0));
+        velkc::List sections(VELKCSzListAlloc(0));
+        velkc::List keys(VELKCSzListAlloc(0));
         FUZZ_CHECK(sections && keys);
         FUZZ_CHECK(VELKCFileEditGetSections(edit_, sections.address()) == sections->nItem);
         FUZZ_CHECK(Items(sections) == Names(pending_));
@@ -473,7 +473,7 @@ private:
         const std::vector<std::string> names = Names(model_);
         for (const std::string &name : std::set<std::string>(names.begin(), names.end())) {
             const Region &region = *Section(model_, name);
-            fuzz::OwnedHash pairs(VELKCSzHashAlloc(0));
+            velkc::Hash pairs(VELKCSzHashAlloc(0));
             FUZZ_CHECK(pairs);
             const int nPair = VELKCFileGetSection(path_.c_str(), name.c_str(), pairs.address());
             FUZZ_CHECK(nPair == VELKCSzHashPairNum(pairs.get()));

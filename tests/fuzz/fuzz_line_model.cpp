@@ -52,8 +52,8 @@ void CheckKeyMatch(const std::string &line, const std::string &key, const std::s
 void CheckFileMatch(FuzzedDataProvider &in, const std::string &line)
 {
     std::string seps = in.ConsumeRandomLengthString(4);
-    fuzz::OwnedList pattern(VELKCSzListAlloc(0));
-    FUZZ_CHECK(pattern);
+    velkc::List pattern(VELKCSzListAlloc(0));
+    FUZZ_CHECK(pattern.get() != nullptr);
     fuzz::PushItems(in, pattern);
     const int result = VELKCFileMatch(line.c_str(), pattern.get(), seps.c_str());
     FUZZ_CHECK(result == 0 || result == 1);
@@ -66,8 +66,8 @@ void CheckFileMatch(FuzzedDataProvider &in, const std::string &line)
     if (seps.empty() || seps.find('\0') != std::string::npos) {
         return;
     }
-    fuzz::OwnedList tokens(VELKCSzListAlloc(0));
-    FUZZ_CHECK(tokens);
+    velkc::List tokens(VELKCSzListAlloc(0));
+    FUZZ_CHECK(tokens.get() != nullptr);
     std::string joined;
     for (int i = 0; i < pattern->nItem; ++i) {
         const std::string_view item = pattern->pszItem[i];

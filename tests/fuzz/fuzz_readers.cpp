@@ -49,13 +49,13 @@ void CheckGetLine(const char *file, const std::string &pattern, int cb, int flag
 void CheckPairsAndSections(const char *file, const std::string &content, const std::string &section,
                            const std::string &key, int cb)
 {
-    fuzz::OwnedHash pairs(VELKCSzHashAlloc(0));
-    FUZZ_CHECK(pairs);
+    velkc::Hash pairs(VELKCSzHashAlloc(0));
+    FUZZ_CHECK(pairs.get() != nullptr);
     const int nPair = VELKCFileGetPair(file, pairs.address());
     FUZZ_CHECK(nPair == -1 || nPair == VELKCSzHashPairNum(pairs.get()));
 
-    fuzz::OwnedHash inSection(VELKCSzHashAlloc(0));
-    FUZZ_CHECK(inSection);
+    velkc::Hash inSection(VELKCSzHashAlloc(0));
+    FUZZ_CHECK(inSection.get() != nullptr);
     const int nInSection = VELKCFileGetSection(file, section.c_str(), inSection.address());
     FUZZ_CHECK(nInSection == -1 || nInSection == VELKCSzHashPairNum(inSection.get()));
 
@@ -69,8 +69,8 @@ void CheckPairsAndSections(const char *file, const std::string &content, const s
         FUZZ_CHECK(result != 0 || std::string(expected).substr(0, static_cast<std::size_t>(cb) - 1) == value.data());
     }
 
-    fuzz::OwnedList names(VELKCSzListAlloc(0));
-    FUZZ_CHECK(names);
+    velkc::List names(VELKCSzListAlloc(0));
+    FUZZ_CHECK(names.get() != nullptr);
     const int nName = VELKCFileEnumSection(file, names.address());
     FUZZ_CHECK(nName == -1 || nName == names->nItem);
     for (int i = 0; nName > 0 && content.find('\0') == std::string::npos && i < names->nItem; ++i) {
@@ -81,19 +81,19 @@ void CheckPairsAndSections(const char *file, const std::string &content, const s
 void CheckGetKeys(FuzzedDataProvider &in, const char *file)
 {
     const std::string seps = in.ConsumeRandomLengthString(4);
-    fuzz::OwnedList wanted(VELKCSzListAlloc(0));
-    FUZZ_CHECK(wanted);
+    velkc::List wanted(VELKCSzListAlloc(0));
+    FUZZ_CHECK(wanted.get() != nullptr);
     fuzz::PushItems(in, wanted);
-    fuzz::OwnedHash found(VELKCSzHashAlloc(0));
-    FUZZ_CHECK(found);
+    velkc::Hash found(VELKCSzHashAlloc(0));
+    FUZZ_CHECK(found.get() != nullptr);
     const int result =
         VELKCFileGetKeys(file, wanted->nItem > 0 ? wanted.get() : nullptr, found.address(), seps.c_str());
     FUZZ_CHECK(result == -1 || result == VELKCSzHashPairNum(found.get()));
     if (result <= 0 || wanted->nItem == 0) {
         return;
     }
-    fuzz::OwnedList keys(VELKCSzListAlloc(0));
-    FUZZ_CHECK(keys && VELKCSzHashEnumKey(found.get(), keys.address()) >= 0);
+    velkc::List keys(VELKCSzListAlloc(0));
+    FUZZ_CHECK(keys.get() != nullptr && VELKCSzHashEnumKey(found.get(), keys.address()) >= 0);
     for (int i = 0; i < keys->nItem; ++i) {
         FUZZ_CHECK(VELKCSzListFind(wanted.get(), keys->pszItem[i]) >= 0);
     }
@@ -101,8 +101,8 @@ void CheckGetKeys(FuzzedDataProvider &in, const char *file)
 
 void CheckReadLines(const char *file, const std::string &content)
 {
-    fuzz::OwnedList lines(VELKCSzListAlloc(0));
-    FUZZ_CHECK(lines);
+    velkc::List lines(VELKCSzListAlloc(0));
+    FUZZ_CHECK(lines.get() != nullptr);
     const int result = VELKCFileReadLines(file, lines.address());
     FUZZ_CHECK(result == 0 || result == -1);
     if (result != 0 || content.find('\0') != std::string::npos) {

@@ -66,8 +66,8 @@ void CheckReplace(const std::string &text, const std::string &oldText, const std
 // Splits with both splitters and joins the pieces back.
 void CheckSplitJoin(const std::string &text, const std::string &seps, int joinSize)
 {
-    fuzz::OwnedList all(VELKCSzListAlloc(0));
-    fuzz::OwnedList tokens(VELKCSzListAlloc(0));
+    velkc::List all(VELKCSzListAlloc(0));
+    velkc::List tokens(VELKCSzListAlloc(0));
     FUZZ_CHECK(all && tokens);
     const int nAll = VELKCStrSep(text.c_str(), seps.c_str(), all.address());
     const int nTokens = VELKCStrTok(text.c_str(), seps.c_str(), tokens.address());
@@ -111,7 +111,7 @@ void CheckSplitJoin(const std::string &text, const std::string &seps, int joinSi
 
 void CheckSepPair(const std::string &text)
 {
-    fuzz::OwnedList pair(VELKCSzListAlloc(0));
+    velkc::List pair(VELKCSzListAlloc(0));
     FUZZ_CHECK(pair);
     const int result = VELKCStrSepPair(text.c_str(), pair.address());
     const std::string_view view = text.c_str();

@@ -3,9 +3,9 @@
 // owning handles for the library's containers.
 #pragma once
 
-#include "file/owned_container.hpp"
 #include "internal/internal.hpp"
 #include "support.hpp"
+#include <velkc/containers.hpp>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -27,9 +27,6 @@
 namespace fuzz {
 
 namespace fs = std::filesystem;
-
-using velkc::OwnedHash;
-using velkc::OwnedList;
 
 // A block from malloc that the library may have reallocated.
 using MallocPtr = velkc::MallocPtr<char>;
@@ -92,7 +89,7 @@ inline std::string PickName(FuzzedDataProvider &in, const std::string &content)
 }
 
 // A list of up to four items from the input.
-inline void PushItems(FuzzedDataProvider &in, OwnedList &list)
+inline void PushItems(FuzzedDataProvider &in, velkc::List &list)
 {
     for (int n = in.ConsumeIntegralInRange(0, 4); n > 0; --n) {
         FUZZ_CHECK(VELKCSzListPush(list.address(), in.ConsumeRandomLengthString(16).c_str()) >= 0);

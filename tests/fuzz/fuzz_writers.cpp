@@ -99,7 +99,7 @@ struct Call {
           missing(in.ConsumeIntegralInRange(0, 7) == 0), key(Argument(in)), value(Argument(in)), pattern(Argument(in)),
           line(Argument(in)), section(Argument(in)), newSection(Argument(in)), seps(in.ConsumeRandomLengthString(3))
     {
-        FUZZ_CHECK(patterns && hash && remove);
+        FUZZ_CHECK(patterns.get() != nullptr && hash.get() != nullptr && remove.get() != nullptr);
         fuzz::PushItems(in, patterns);
         for (int n = in.ConsumeIntegralInRange(0, 3); n > 0; --n) {
             const std::string pairKey = Argument(in);
@@ -190,9 +190,9 @@ struct Call {
     bool nullNewSection;
     bool missing;
     std::string key, value, pattern, line, section, newSection, seps;
-    fuzz::OwnedList patterns{VELKCSzListAlloc(0)};
-    fuzz::OwnedHash hash{VELKCSzHashAlloc(0)};
-    fuzz::OwnedHash remove{VELKCSzHashAlloc(0)};
+    velkc::List patterns{VELKCSzListAlloc(0)};
+    velkc::Hash hash{VELKCSzHashAlloc(0)};
+    velkc::Hash remove{VELKCSzHashAlloc(0)};
 };
 
 } // namespace
