@@ -370,7 +370,7 @@ private:
     {
         velkc::List sections(VELKCSzListAlloc(0));
         velkc::List keys(VELKCSzListAlloc(0));
-        FUZZ_CHECK(sections && keys);
+        FUZZ_CHECK(sections.get() != nullptr && keys.get() != nullptr);
         FUZZ_CHECK(VELKCFileEditGetSections(edit_, sections.address()) == sections->nItem);
         FUZZ_CHECK(Items(sections) == Names(pending_));
 
@@ -474,7 +474,7 @@ private:
         for (const std::string &name : std::set<std::string>(names.begin(), names.end())) {
             const Region &region = *Section(model_, name);
             velkc::Hash pairs(VELKCSzHashAlloc(0));
-            FUZZ_CHECK(pairs);
+            FUZZ_CHECK(pairs.get() != nullptr);
             const int nPair = VELKCFileGetSection(path_.c_str(), name.c_str(), pairs.address());
             FUZZ_CHECK(nPair == VELKCSzHashPairNum(pairs.get()));
             const auto read = std::count_if(pairs->rgSlot, pairs->rgSlot + pairs->nSlot, [](const SzHashSlot &slot) {

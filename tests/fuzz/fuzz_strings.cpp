@@ -68,7 +68,7 @@ void CheckSplitJoin(const std::string &text, const std::string &seps, int joinSi
 {
     velkc::List all(VELKCSzListAlloc(0));
     velkc::List tokens(VELKCSzListAlloc(0));
-    FUZZ_CHECK(all && tokens);
+    FUZZ_CHECK(all.get() != nullptr && tokens.get() != nullptr);
     const int nAll = VELKCStrSep(text.c_str(), seps.c_str(), all.address());
     const int nTokens = VELKCStrTok(text.c_str(), seps.c_str(), tokens.address());
     FUZZ_CHECK(nAll == all->nItem && nTokens == tokens->nItem && nTokens <= nAll);
@@ -112,7 +112,7 @@ void CheckSplitJoin(const std::string &text, const std::string &seps, int joinSi
 void CheckSepPair(const std::string &text)
 {
     velkc::List pair(VELKCSzListAlloc(0));
-    FUZZ_CHECK(pair);
+    FUZZ_CHECK(pair.get() != nullptr);
     const int result = VELKCStrSepPair(text.c_str(), pair.address());
     const std::string_view view = text.c_str();
     const std::size_t equals = view.find('=');
