@@ -8,6 +8,7 @@
 // - velkc-conf get and set -s against the peer tool crudini (--get, --set)
 //   on a copy of the same file on the disk, whole processes: spawned and
 //   waited for, real time. Without crudini its runs are skipped with a note.
+#include "file_limits.hpp"
 #include "ratio.hpp"
 
 #include <velkc.h>
@@ -29,6 +30,8 @@ extern char **environ;
 
 namespace {
 
+using namespace velkc::bench;
+
 namespace fs = std::filesystem;
 
 constexpr int kSections = 100;
@@ -39,39 +42,6 @@ constexpr const char *kKey = "key05050";
 // turn: every edit changes the file, and the rewrite is as long as the
 // peer's.
 constexpr const char *kValues[] = {"value number 505a", "value number 505b"};
-
-// A scratch directory removed with everything in it at exit.
-class Scratch {
-public:
-    explicit Scratch(const char *parent)
-    {
-        std::string pattern = std::string(parent) + "/velkc-bench-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            std::perror(parent);
-            std::exit(1);
-        }
-        dir_ = pattern;
-    }
-    Scratch(const Scratch &) = delete;
-    Scratch &operator=(const Scratch &) = delete;
-    ~Scratch()
-    {
-        std::error_code ignored;
-        fs::remove_all(dir_, ignored);
-    }
-    const std::string &dir() const { return dir_; }
-    std::string Path(const char *name) const { return dir_ + "/" + name; }
-
-private:
-    std::string dir_;
-};
-
-const Scratch &Dir(const char *where)
-{
-    static const Scratch tmpfs("/dev/shm");
-    static const Scratch disk(std::getenv("VELKC_BENCH_DISK_DIR") ? std::getenv("VELKC_BENCH_DISK_DIR") : "/tmp");
-    return std::strcmp(where, "tmpfs") == 0 ? tmpfs : disk;
-}
 
 // 100 sections of a header and 99 keys each: 10,000 lines.
 const std::string &Content()
@@ -93,54 +63,9 @@ const std::string &Content()
     return text;
 }
 
-bool WriteAll(int fd, const std::string &text)
-{
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t n = write(fd, text.data() + done, text.size() - done);
-        if (n <= 0) {
-            return false;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-// The least a rewrite that survives a power cut costs: the new bytes into a
-// temporary file beside the target, synced, renamed over it, and the
-// directory synced so that the rename lasts.
-bool WriteSyncRenameSyncDir(const std::string &dir, const std::string &path, const std::string &text)
-{
-    const std::string temp = path + ".tmp";
-    const int fd = open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        return false;
-    }
-    const bool written = WriteAll(fd, text) && fsync(fd) == 0;
-    if (close(fd) != 0 || !written || rename(temp.c_str(), path.c_str()) != 0) {
-        return false;
-    }
-    const int dirFd = open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dirFd < 0) {
-        return false;
-    }
-    const bool synced = fsync(dirFd) == 0;
-    return close(dirFd) == 0 && synced;
-}
-
-std::string Prepare(const char *where, const char *name)
-{
-    const Scratch &scratch = Dir(where);
-    std::string path = scratch.Path(name);
-    if (!WriteSyncRenameSyncDir(scratch.dir(), path, Content())) {
-        std::perror(path.c_str());
-        std::exit(1);
-    }
-    return path;
-}
-
 void BM_SetSectionKey(benchmark::State &state, const char *where)
 {
-    const std::string path = Prepare(where, "set.conf");
+    const std::string path = Prepare(where, "set.conf", Content());
     unsigned turn = 0;
     for (auto _ : state) {
         if (VELKCFileSetSectionKeyValue(path.c_str(), kSection, kKey, kValues[turn++ & 1]) != 1) {
@@ -152,7 +77,7 @@ void BM_SetSectionKey(benchmark::State &state, const char *where)
 
 void BM_WriteSyncRenameSyncDir(benchmark::State &state, const char *where)
 {
-    const std::string path = Prepare(where, "peer.conf");
+    const std::string path = Prepare(where, "peer.conf", Content());
     for (auto _ : state) {
         if (!WriteSyncRenameSyncDir(Dir(where).dir(), path, Content())) {
             state.SkipWithError("write, fsync, rename or fsync of the directory failed");
@@ -165,7 +90,7 @@ void BM_WriteSyncRenameSyncDir(benchmark::State &state, const char *where)
 // commit.
 void BM_Transaction(benchmark::State &state, const char *where)
 {
-    const std::string path = Prepare(where, "edit.conf");
+    const std::string path = Prepare(where, "edit.conf", Content());
     const auto changes = static_cast<int>(state.range(0));
     std::vector<std::string> sections;
     std::vector<std::string> keys;
@@ -264,7 +189,7 @@ bool HaveCrudini()
 // value of a set takes turns as above.
 void RunEach(benchmark::State &state, const char *name, std::vector<std::string> args, std::size_t valueAt)
 {
-    const std::string path = Prepare("disk", name);
+    const std::string path = Prepare("disk", name, Content());
     for (std::string &arg : args) {
         arg = arg == "FILE" ? path : arg;
     }
