@@ -150,8 +150,16 @@ FileEnd EditDocument::End() const noexcept
     for (long i = std::max(0L, count() - 2); i < count(); ++i) {
         end.Feed(LineAt(i));
     }
-    end.lines = count();
     return end;
+}
+
+KeyScan EditDocument::Scan(const Range &range, std::string_view key) const noexcept
+{
+    KeyScan scan(key);
+    for (long i = range.begin; i < range.end; ++i) {
+        scan.Feed(static_cast<Position>(i), static_cast<Position>(i) + 1, LineAt(i));
+    }
+    return scan;
 }
 
 void EditDocument::Value(const char *section, const char *key, std::string_view &value, bool &sectionFound,
@@ -159,13 +167,10 @@ void EditDocument::Value(const char *section, const char *key, std::string_view 
 {
     const Range range = Find(section);
     sectionFound = range.found;
-    KeyScan scan(key);
-    for (long i = range.begin; i < range.end; ++i) {
-        scan.Feed(i, LineAt(i));
-    }
-    keyFound = scan.keyLine() >= 0;
+    const KeyScan scan = Scan(range, key);
+    keyFound = scan.keyLines() > 0;
     if (keyFound) {
-        const std::string_view line = LineAt(scan.keyLine());
+        const std::string_view line = LineAt(static_cast<long>(scan.keyBegin()));
         value = SplitPair(line)->Value(line);
     }
 }
@@ -184,16 +189,14 @@ Status EditDocument::SetValue(const char *section, const char *key, const char *
         }
         return Append(out.contents());
     }
-    KeyScan scan(key);
-    for (long i = range.begin; i < range.end; ++i) {
-        scan.Feed(i, LineAt(i));
-    }
-    if (scan.keyLine() >= 0) {
-        const std::string_view line = LineAt(scan.keyLine());
+    const KeyScan scan = Scan(range, key);
+    if (scan.keyLines() > 0) {
+        const long at = static_cast<long>(scan.keyBegin());
+        const std::string_view line = LineAt(at);
         if (Status status = WriteWithValue(out, line, *SplitPair(line), value)) {
             return status;
         }
-        return out.contents() == line ? kOk : Replace(scan.keyLine(), out.contents());
+        return out.contents() == line ? kOk : Replace(at, out.contents());
     }
     // A section without pairs of its own takes its neighbours' style.
     NearbyStyle nearby;
@@ -206,12 +209,12 @@ Status EditDocument::SetValue(const char *section, const char *key, const char *
         }
     }
     const PairStyle style = StyleOfNewPair(section, scan.style(), nearby.style());
-    const long after = scan.insertAfter();
-    const bool last = after >= 0 && after == count() - 1 && !LineAt(after).ends_with('\n');
-    if (Status status = WriteNewPair(out, style, End().eol(), key, value, after >= 0 ? LineAt(after) : "")) {
+    const long at = scan.hasAnchor() ? static_cast<long>(scan.insertAt()) : range.begin;
+    if (Status status = WriteNewPair(out, style, End().eol(), key, value, scan.anchorEnd())) {
         return status;
     }
-    return last ? Append(out.contents()) : Insert(after >= 0 ? after + 1 : range.begin, out.contents());
+    // After the unterminated last line the pair continues it.
+    return at == count() && scan.anchorEnd().unterminated ? Append(out.contents()) : Insert(at, out.contents());
 }
 
 Status EditDocument::RemoveKey(const char *section, const char *key, long &removed, bool &sectionFound)
@@ -222,7 +225,7 @@ Status EditDocument::RemoveKey(const char *section, const char *key, long &remov
     KeyScan scan(key);
     long kept = range.begin;
     for (long i = range.begin; i < range.end; ++i) {
-        if (scan.Feed(i, LineAt(i)) == LineRole::kOther) {
+        if (scan.Feed(static_cast<Position>(i), static_cast<Position>(i) + 1, LineAt(i)) == LineRole::kOther) {
             std::swap(lines_[kept++], lines_[i]);
         }
     }

@@ -71,6 +71,8 @@ private:
     Range Find(const char *section) const noexcept;
     // How the document ends now.
     FileEnd End() const noexcept;
+    // The lines of a section, scanned for a key.
+    KeyScan Scan(const Range &range, std::string_view key) const noexcept;
     std::string_view LineAt(long i) const noexcept { return lines_[i].view(); }
     long count() const noexcept { return static_cast<long>(count_); }
 

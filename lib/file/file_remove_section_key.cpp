@@ -1,9 +1,44 @@
 // VELKCFileRemoveSectionKey: remove one key of one section, changing
 // nothing else in the file.
 #include "internal/report.hpp"
-#include "line_model.hpp"
 #include "rewrite.hpp"
 #include "section_scan.hpp"
+
+namespace {
+
+// Copies the target without the key's lines: the section line by line, the
+// bytes around it as they are. Once the file's last line goes, the line that
+// becomes last loses its line ending if that one had none, so that the file
+// ends as it did.
+velkc::Status CopyWithoutKey(velkc::Rewrite &rw, const char *szKey, const velkc::KeyPlace &place)
+{
+    velkc::LineReader &reader = rw.target();
+    velkc::Output &out = rw.out();
+    const bool trimLastKept =
+        place.end.unterminated && place.sectionEnd == place.size && place.lastKeptEnd < place.sectionEnd;
+    velkc::Status status = out.Copy(reader.fd(), 0, place.sectionBegin);
+    if (status == velkc::kOk) {
+        status = reader.seek(place.sectionBegin);
+    }
+    velkc::KeyScan again(szKey);
+    while (status == velkc::kOk && reader.position() < place.sectionEnd && reader.next()) {
+        std::string_view line = reader.view();
+        const velkc::Position begin = reader.lineOffset();
+        if (again.Feed(begin, begin + line.size(), line) != velkc::LineRole::kOther) {
+            continue;
+        }
+        if (trimLastKept && begin + line.size() == place.lastKeptEnd) {
+            line.remove_suffix(velkc::EndingToDrop(line, place.end));
+        }
+        status = out.Write(line);
+    }
+    if (status == velkc::kOk) {
+        status = reader.error();
+    }
+    return status == velkc::kOk ? out.Copy(reader.fd(), place.sectionEnd, place.size) : status;
+}
+
+} // namespace
 
 extern "C" int VELKCFileRemoveSectionKey(const char *szFile, const char *szSection, const char *szKey) noexcept
 {
@@ -15,34 +50,17 @@ extern "C" int VELKCFileRemoveSectionKey(const char *szFile, const char *szSecti
     if (velkc::Status status = rw.Start()) {
         return VELKC_FAIL(status);
     }
-    velkc::KeySurvey survey(szSection, szKey);
-    if (velkc::Status status = rw.ReadAhead([&](std::string_view line) { survey.Feed(line); })) {
+    velkc::KeyPlace place(szKey);
+    if (velkc::Status status = velkc::FindKey(rw.target(), szSection, place)) {
         return VELKC_FAIL(status);
     }
-    const long removed = survey.scan().keyLines();
+    const long removed = place.scan.keyLines();
     if (removed == 0) {
-        VELKC_SET_ERR(survey.sectionFound() ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND);
+        VELKC_SET_ERR(place.sectionFound ? ERR_KEY_NOT_FOUND : ERR_SECTION_NOT_FOUND);
         return 0;
     }
-    // The same survey again tells which lines go. Once the file's last line
-    // goes, the one that becomes last loses its line ending if that one had
-    // none, so that the file ends as it did.
-    velkc::KeySurvey again(szSection, szKey);
-    const bool trimLastKept = survey.end().unterminated && survey.lastKept() < survey.end().lines - 1;
-    long index = 0;
-    const velkc::Status status = rw.CopyLines([&](const velkc::LineReader &reader) {
-        std::string_view line = reader.view();
-        const long at = index++;
-        if (again.Feed(line)) {
-            return velkc::kOk;
-        }
-        if (trimLastKept && at == survey.lastKept()) {
-            line.remove_suffix(velkc::EndingToDrop(line, survey.end()));
-        }
-        return rw.out().Write(line);
-    });
-    if (velkc::Status failed = rw.CommitAfter(status)) {
-        return VELKC_FAIL(failed);
+    if (velkc::Status status = rw.CommitAfter(CopyWithoutKey(rw, szKey, place))) {
+        return VELKC_FAIL(status);
     }
     return static_cast<int>(removed);
 }

@@ -9,41 +9,52 @@
 
 namespace {
 
-// No line: the key is replaced, or goes into a new section.
-constexpr long kNoLine = -2;
-
+// Copies the target with the change made: the key's last line with its new
+// value, or a new pair after the section's anchor line, or a new section at
+// the end. The bytes around the change are copied as they are.
 velkc::Status SetKey(velkc::Rewrite &rw, const char *szSection, const char *szKey, const char *szValue)
 {
-    velkc::KeySurvey survey(szSection, szKey);
-    if (velkc::Status status = rw.ReadAhead([&](std::string_view line) { survey.Feed(line); })) {
-        return status;
-    }
-    velkc::Output &out = rw.out();
-    const long keyLine = survey.scan().keyLine();
-    // -1: before the first line.
-    const long insertAfter = survey.sectionFound() && keyLine < 0 ? survey.scan().insertAfter() : kNoLine;
-    const auto newPair = [&](std::string_view after) {
-        return velkc::WriteNewPair(out, survey.style(), survey.end().eol(), szKey, szValue, after);
-    };
-    if (insertAfter == -1) {
-        if (velkc::Status status = newPair("")) {
+    velkc::LineReader &reader = rw.target();
+    const int fd = reader.fd();
+    velkc::KeyPlace place(szKey);
+    place.sectionFound = szSection == nullptr; // a missing file is an empty one
+    if (fd >= 0) {
+        if (velkc::Status status = velkc::FindKey(reader, szSection, place)) {
             return status;
         }
     }
-    long index = 0;
-    velkc::Status status = rw.CopyLines([&](const velkc::LineReader &reader) {
-        const std::string_view line = reader.view();
-        const long at = index++;
-        if (at == keyLine) {
-            return velkc::WriteWithValue(out, line, *velkc::SplitPair(line), szValue);
+    const velkc::KeyScan &scan = place.scan;
+    velkc::Output &out = rw.out();
+    if (scan.keyLines() > 0) {
+        velkc::Status status = reader.seek(scan.keyBegin());
+        if (status == velkc::kOk && !reader.next()) {
+            status = reader.error() != velkc::kOk ? reader.error() : ERR_READ_FAILED;
         }
-        velkc::Status copied = out.Write(line);
-        return copied == velkc::kOk && at == insertAfter ? newPair(line) : copied;
-    });
-    if (status == velkc::kOk && !survey.sectionFound()) {
-        status = velkc::WriteNewSection(out, survey.style(), survey.end(), szSection, szKey, szValue);
+        if (status == velkc::kOk) {
+            status = out.Copy(fd, 0, scan.keyBegin());
+        }
+        if (status == velkc::kOk) {
+            status = velkc::WriteWithValue(out, reader.view(), *velkc::SplitPair(reader.view()), szValue);
+        }
+        return rw.CommitAfter(status == velkc::kOk ? out.Copy(fd, scan.keyEnd(), place.size) : status);
     }
-    return rw.CommitAfter(status);
+    // The neighbours' style takes a second pass, for a section without pairs.
+    velkc::NearbyStyle nearby;
+    if (fd >= 0 && !scan.style().known()) {
+        if (velkc::Status status = velkc::FindNearbyStyle(reader, szSection, nearby)) {
+            return status;
+        }
+    }
+    const velkc::PairStyle style = velkc::StyleOfNewPair(szSection, scan.style(), nearby.style());
+    const velkc::Position at = !place.sectionFound ? place.size
+                               : scan.hasAnchor()  ? scan.insertAt()
+                                                   : place.sectionBegin;
+    velkc::Status status = out.Copy(fd, 0, at);
+    if (status == velkc::kOk) {
+        status = place.sectionFound ? velkc::WriteNewPair(out, style, place.end.eol(), szKey, szValue, scan.anchorEnd())
+                                    : velkc::WriteNewSection(out, style, place.end, szSection, szKey, szValue);
+    }
+    return rw.CommitAfter(status == velkc::kOk ? out.Copy(fd, at, place.size) : status);
 }
 
 } // namespace

@@ -35,18 +35,21 @@ Status LineReader::open(const char *path)
 void LineReader::attach(UniqueFd fd) noexcept
 {
     fd_ = std::move(fd);
+    bufferOffset_ = 0;
     begin_ = end_ = size_ = 0;
     line_ = nullptr;
     eof_ = unterminated_ = false;
     error_ = kOk;
 }
 
-Status LineReader::rewind()
+Status LineReader::seek(std::uint64_t offset)
 {
-    if (::lseek(fd_.get(), 0, SEEK_SET) != 0) {
+    const auto at = static_cast<off_t>(offset);
+    if (::lseek(fd_.get(), at, SEEK_SET) != at) {
         return ERR_SEEK_FAILED;
     }
     attach(std::move(fd_));
+    bufferOffset_ = offset;
     return kOk;
 }
 
@@ -56,6 +59,7 @@ bool LineReader::fill()
     // buffer, so that memory follows the longest line, not the file.
     if (begin_ > 0) {
         std::memmove(buf_, buf_ + begin_, end_ - begin_);
+        bufferOffset_ += begin_;
         end_ -= begin_;
         begin_ = 0;
     }
@@ -116,6 +120,19 @@ const char *LineReader::RunBefore(const char *pending, std::size_t count, std::s
     }
     const char *newline = static_cast<const char *>(memrchr(pending, '\n', static_cast<std::size_t>(found - pending)));
     return newline != nullptr ? newline + 1 : pending;
+}
+
+const char *LineReader::RunBeforeLineStarting(const char *pending, std::size_t count, char c) noexcept
+{
+    const char *end = pending + count;
+    for (const char *at = pending;
+         (at = static_cast<const char *>(std::memchr(at, c, static_cast<std::size_t>(end - at)))); ++at) {
+        if (at == pending || at[-1] == '\n') {
+            return at;
+        }
+    }
+    const char *last = static_cast<const char *>(memrchr(pending, '\n', count));
+    return last != nullptr ? last + 1 : nullptr;
 }
 
 bool LineReader::next()

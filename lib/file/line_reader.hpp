@@ -18,6 +18,7 @@
 #include <velkc/file.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -63,6 +64,15 @@ public:
             [&mayMatch](const char *pending, std::size_t count) { return RunBefore(pending, count, mayMatch); }, each);
     }
 
+    // Passes over the lines ahead that do not start with c, as
+    // skipLinesWithout passes over those without a needle.
+    template <typename Each>
+    Status skipLinesNotStartingWith(char c, Each &&each)
+    {
+        return SkipRuns(
+            [c](const char *pending, std::size_t count) { return RunBeforeLineStarting(pending, count, c); }, each);
+    }
+
     // next(), after passing over the lines that do not contain needle.
     bool nextContaining(std::string_view needle)
     {
@@ -85,7 +95,15 @@ public:
     bool lastLineUnterminated() const noexcept { return unterminated_; }
 
     // Starts again from the first line (ERR_SEEK_FAILED).
-    Status rewind();
+    Status rewind() { return seek(0); }
+    // Goes on from the line that starts at offset of the file.
+    Status seek(std::uint64_t offset);
+
+    // Where in the file the current line starts, and where the bytes not yet
+    // handed out start (after the current line, or after what the skip
+    // functions passed over).
+    std::uint64_t lineOffset() const noexcept { return bufferOffset_ + static_cast<std::uint64_t>(line_ - buf_); }
+    std::uint64_t position() const noexcept { return bufferOffset_ + begin_; }
 
 private:
     // Reads more bytes after the pending ones; false at end of file or on
@@ -99,6 +117,9 @@ private:
     // before the first line holding needle, else after the last "\n". Null
     // when neither exists.
     static const char *RunBefore(const char *pending, std::size_t count, std::string_view needle) noexcept;
+
+    // The same before the first line that starts with c.
+    static const char *RunBeforeLineStarting(const char *pending, std::size_t count, char c) noexcept;
 
     // The same before the first whole line that mayMatch accepts.
     template <typename MayMatch>
@@ -142,6 +163,7 @@ private:
     }
 
     UniqueFd fd_;
+    std::uint64_t bufferOffset_ = 0; // where in the file buf_[0] stands
     char *buf_ = nullptr;
     std::size_t capacity_ = 0;
     std::size_t begin_ = 0; // first byte not yet handed out

@@ -1,6 +1,7 @@
 // Buffered output of the configuration-file writers.
 #include "output.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -53,6 +54,31 @@ Status Output::Write(std::string_view text)
     std::memcpy(buf_ + size_, text.data(), text.size());
     size_ += text.size();
     return fd_ >= 0 && size_ >= kFlushSize ? Flush() : kOk;
+}
+
+Status Output::Copy(int fd, std::uint64_t begin, std::uint64_t end)
+{
+    while (begin < end) {
+        const std::size_t chunk = static_cast<std::size_t>(std::min<std::uint64_t>(end - begin, kFlushSize));
+        if (Status status = Reserve(chunk)) {
+            return status;
+        }
+        const ssize_t n = ::pread(fd, buf_ + size_, chunk, static_cast<off_t>(begin));
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            return ERR_READ_FAILED;
+        }
+        size_ += static_cast<std::size_t>(n);
+        begin += static_cast<std::uint64_t>(n);
+        if (fd_ >= 0 && size_ >= kFlushSize) {
+            if (Status status = Flush()) {
+                return status;
+            }
+        }
+    }
+    return kOk;
 }
 
 Status Output::Line(std::string_view text)

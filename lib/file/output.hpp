@@ -6,6 +6,7 @@
 #include "internal/status.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace velkc {
@@ -34,6 +35,10 @@ public:
     // the value. A format that does not end its line gets a "\n", so that the
     // next line is never glued to the pair.
     Status Pair(const char *format, const char *key, const char *value);
+    // Appends the bytes [begin, end) of the file open on fd, read at their
+    // offsets, straight into the buffer (ERR_READ_FAILED, also when the
+    // file ends before end).
+    Status Copy(int fd, std::uint64_t begin, std::uint64_t end);
     // Writes out what is buffered.
     Status Flush();
     // The code for the write failure that just happened (errno is read).
