@@ -1,6 +1,7 @@
 // A configuration file held in memory for a transaction.
 #include "edit_document.hpp"
 
+#include "internal/trim.hpp"
 #include "line_model.hpp"
 #include "section_scan.hpp"
 
@@ -52,8 +53,11 @@ std::string_view HeaderName(std::string_view line) noexcept
 
 EditDocument::~EditDocument()
 {
-    Erase(0, count());
+    for (long i = 0; i < count(); ++i) {
+        Release(i);
+    }
     std::free(lines_);
+    std::free(headers_);
 }
 
 Status EditDocument::Reserve(std::size_t more)
@@ -62,6 +66,11 @@ Status EditDocument::Reserve(std::size_t more)
         return kOk;
     }
     const std::size_t capacity = std::max({capacity_ * 2, count_ + more, std::size_t{64}});
+    auto *headers = static_cast<long *>(std::realloc(headers_, capacity * sizeof(long)));
+    if (headers == nullptr) {
+        return ERR_OUT_OF_MEMORY;
+    }
+    headers_ = headers;
     auto *lines = static_cast<Line *>(std::realloc(lines_, capacity * sizeof(Line)));
     if (lines == nullptr) {
         return ERR_OUT_OF_MEMORY;
@@ -69,6 +78,27 @@ Status EditDocument::Reserve(std::size_t more)
     lines_ = lines;
     capacity_ = capacity;
     return kOk;
+}
+
+void EditDocument::MarkHeader(long line, bool header) noexcept
+{
+    long *const end = headers_ + headerCount_;
+    long *at = std::lower_bound(headers_, end, line);
+    if (header && (at == end || *at != line)) {
+        std::memmove(at + 1, at, static_cast<std::size_t>(end - at) * sizeof(long));
+        *at = line;
+        ++headerCount_;
+    } else if (!header && at != end && *at == line) {
+        std::memmove(at, at + 1, static_cast<std::size_t>(end - at - 1) * sizeof(long));
+        --headerCount_;
+    }
+}
+
+void EditDocument::ShiftHeaders(long from, long by) noexcept
+{
+    for (long *at = std::lower_bound(headers_, headers_ + headerCount_, from); at != headers_ + headerCount_; ++at) {
+        *at += by;
+    }
 }
 
 Status EditDocument::Load(int fd, std::size_t limit)
@@ -117,6 +147,9 @@ Status EditDocument::Load(int fd, std::size_t limit)
         if (Status status = Reserve(1)) {
             return status;
         }
+        if (StartsSection(rest)) {
+            headers_[headerCount_++] = count();
+        }
         lines_[count_++] = Line{rest.data(), end, false};
         rest.remove_prefix(end);
     }
@@ -126,20 +159,17 @@ Status EditDocument::Load(int fd, std::size_t limit)
 EditDocument::Range EditDocument::Find(const char *section) const noexcept
 {
     Range range;
-    long i = 0;
+    std::size_t h = 0;
     if (section != nullptr) {
-        while (i < count() && !(StartsSection(LineAt(i)) && IsHeaderOf(LineAt(i), section))) {
-            ++i;
+        while (h < headerCount_ && !IsHeaderOf(LineAt(headers_[h]), section)) {
+            ++h;
         }
-        if (i == count()) {
+        if (h == headerCount_) {
             return range;
         }
-        range.begin = i++;
+        range.begin = headers_[h++];
     }
-    while (i < count() && !StartsSection(LineAt(i))) {
-        ++i;
-    }
-    range.end = i;
+    range.end = h < headerCount_ ? headers_[h] : count();
     range.found = true;
     return range;
 }
@@ -151,6 +181,24 @@ FileEnd EditDocument::End() const noexcept
         end.Feed(LineAt(i));
     }
     return end;
+}
+
+long EditDocument::LastKeyLine(const Range &range, std::string_view key) const noexcept
+{
+    for (long i = range.end; i-- > range.begin;) {
+        const std::string_view line = LineAt(i);
+        // Most lines are told apart by their first bytes, before the split.
+        const std::size_t start = std::min(line.find_first_not_of(kWhitespace), line.size());
+        const std::string_view head = line.substr(start);
+        if (!head.starts_with(key) && !head.starts_with('"')) {
+            continue;
+        }
+        const std::optional<PairLine> pair = SplitPair(line);
+        if (pair && pair->key == key) {
+            return i;
+        }
+    }
+    return -1;
 }
 
 KeyScan EditDocument::Scan(const Range &range, std::string_view key) const noexcept
@@ -167,10 +215,10 @@ void EditDocument::Value(const char *section, const char *key, std::string_view 
 {
     const Range range = Find(section);
     sectionFound = range.found;
-    const KeyScan scan = Scan(range, key);
-    keyFound = scan.keyLines() > 0;
+    const long at = range.found ? LastKeyLine(range, key) : -1;
+    keyFound = at >= 0;
     if (keyFound) {
-        const std::string_view line = LineAt(static_cast<long>(scan.keyBegin()));
+        const std::string_view line = LineAt(at);
         value = SplitPair(line)->Value(line);
     }
 }
@@ -189,15 +237,14 @@ Status EditDocument::SetValue(const char *section, const char *key, const char *
         }
         return Append(out.contents());
     }
-    const KeyScan scan = Scan(range, key);
-    if (scan.keyLines() > 0) {
-        const long at = static_cast<long>(scan.keyBegin());
+    if (const long at = LastKeyLine(range, key); at >= 0) {
         const std::string_view line = LineAt(at);
         if (Status status = WriteWithValue(out, line, *SplitPair(line), value)) {
             return status;
         }
         return out.contents() == line ? kOk : Replace(at, out.contents());
     }
+    const KeyScan scan = Scan(range, key);
     // A section without pairs of its own takes its neighbours' style.
     NearbyStyle nearby;
     if (!scan.style().known()) {
@@ -296,8 +343,8 @@ Status EditDocument::RemoveSection(const char *name, bool &found)
 
 Status EditDocument::Sections(SzList **ppList) const
 {
-    for (long i = 0; i < count(); ++i) {
-        const std::string_view line = LineAt(i);
+    for (std::size_t h = 0; h < headerCount_; ++h) {
+        const std::string_view line = LineAt(headers_[h]);
         if (VELKCIFileIsSection(line.data(), static_cast<int>(line.size()))) {
             if (Status status = Push(ppList, HeaderName(line))) {
                 return status;
@@ -332,12 +379,22 @@ Status EditDocument::Keys(const char *section, SzList **ppList, bool &sectionFou
 
 Status EditDocument::Write(Output &out) const
 {
+    // Lines that still stand together in the file as read go out in one.
+    std::string_view run;
+    bool original = false; // the run lies in the file as read
     for (long i = 0; i < count(); ++i) {
-        if (Status status = out.Write(LineAt(i))) {
+        const Line &line = lines_[i];
+        if (original && !line.owned && line.text == run.data() + run.size()) {
+            run = std::string_view(run.data(), run.size() + line.size);
+            continue;
+        }
+        if (Status status = out.Write(run)) {
             return status;
         }
+        run = line.view();
+        original = !line.owned;
     }
-    return kOk;
+    return out.Write(run);
 }
 
 Status EditDocument::Insert(long at, std::string_view text)
@@ -367,6 +424,12 @@ Status EditDocument::Insert(long at, std::string_view text)
     }
     std::rotate(lines_ + at, fresh, fresh + made);
     count_ += made;
+    ShiftHeaders(at, static_cast<long>(made));
+    for (long line = at; line < at + static_cast<long>(made); ++line) {
+        if (StartsSection(LineAt(line))) {
+            MarkHeader(line, true);
+        }
+    }
     changed_ = true;
     return kOk;
 }
@@ -404,8 +467,12 @@ Status EditDocument::Replace(long at, std::string_view text)
     if (copy == nullptr) {
         return ERR_OUT_OF_MEMORY;
     }
+    const bool wasHeader = StartsSection(LineAt(at));
     Release(at);
     lines_[at] = Line{copy, text.size(), true};
+    if (StartsSection(text) != wasHeader) {
+        MarkHeader(at, !wasHeader);
+    }
     changed_ = true;
     return kOk;
 }
@@ -425,6 +492,12 @@ void EditDocument::Erase(long begin, long end) noexcept
     for (long i = begin; i < end; ++i) {
         Release(i);
     }
+    long *const last = headers_ + headerCount_;
+    long *const first = std::lower_bound(headers_, last, begin);
+    long *const after = std::lower_bound(first, last, end);
+    std::memmove(first, after, static_cast<std::size_t>(last - after) * sizeof(long));
+    headerCount_ -= static_cast<std::size_t>(after - first);
+    ShiftHeaders(end, begin - end);
     std::memmove(lines_ + begin, lines_ + end, (count_ - static_cast<std::size_t>(end)) * sizeof(Line));
     count_ -= static_cast<std::size_t>(end - begin);
     changed_ = true;

@@ -71,6 +71,8 @@ private:
     Range Find(const char *section) const noexcept;
     // How the document ends now.
     FileEnd End() const noexcept;
+    // The section's last line of a key (the one the readers take), or -1.
+    long LastKeyLine(const Range &range, std::string_view key) const noexcept;
     // The lines of a section, scanned for a key.
     KeyScan Scan(const Range &range, std::string_view key) const noexcept;
     std::string_view LineAt(long i) const noexcept { return lines_[i].view(); }
@@ -89,12 +91,19 @@ private:
     // line ending when the old last line, as old ended, had none.
     void KeepUnterminatedEnd(const FileEnd &old) noexcept;
     Status Reserve(std::size_t more);
+    // The lines that start with "[" (section headers and the lines that
+    // end a section) are kept in order, so that a section is found among
+    // them: mark or unmark a line, or move the marks from a line on.
+    void MarkHeader(long line, bool header) noexcept;
+    void ShiftHeaders(long from, long by) noexcept;
 
     MallocPtr<char> text_; // the file as read
     std::size_t size_ = 0;
     Line *lines_ = nullptr;
     std::size_t count_ = 0;
-    std::size_t capacity_ = 0;
+    std::size_t capacity_ = 0; // of lines_, and of headers_: a header is a line
+    long *headers_ = nullptr;
+    std::size_t headerCount_ = 0;
     bool changed_ = false;
 };
 
