@@ -115,6 +115,53 @@ void BM_SetKeys(benchmark::State &state, const char *where)
     VELKCSzHashFree(pHash);
 }
 
+// Plain lines "keyNNNNN=value number N", the content of the many-key runs.
+std::string PlainContent(int lines, const char *value)
+{
+    std::string s;
+    char line[64];
+    for (int i = 0; i < lines; ++i) {
+        std::snprintf(line, sizeof line, "key%05d=%s %d\n", i, value, i);
+        s += line;
+    }
+    return s;
+}
+
+// 1,000 keys changed at once, spread evenly over a file of range(0) lines;
+// the limit is writing the file as it is after the change.
+void BM_SetManyKeys(benchmark::State &state)
+{
+    const int lines = static_cast<int>(state.range(0));
+    const std::string path =
+        Prepare("tmpfs", ("many" + std::to_string(lines) + ".conf").c_str(), PlainContent(lines, "old value"));
+    SzHash *pHash = VELKCSzHashAlloc(2048);
+    for (int i = 0; i < lines; i += lines / 1000) {
+        char key[16];
+        std::snprintf(key, sizeof key, "key%05d", i);
+        VELKCSzHashSetValue(&pHash, key, ("new value " + std::to_string(i)).c_str());
+    }
+    for (auto _ : state) {
+        if (VELKCFileSetKeys(path.c_str(), pHash, nullptr, nullptr) != 1) {
+            state.SkipWithError("VELKCFileSetKeys failed");
+            break;
+        }
+    }
+    VELKCSzHashFree(pHash);
+}
+
+void BM_WriteManySyncRenameSyncDir(benchmark::State &state)
+{
+    const int lines = static_cast<int>(state.range(0));
+    const std::string text = PlainContent(lines, "new value");
+    const std::string path = Prepare("tmpfs", ("manypeer" + std::to_string(lines) + ".conf").c_str(), text);
+    for (auto _ : state) {
+        if (!WriteSyncRenameSyncDir(Dir("tmpfs").dir(), path, text)) {
+            state.SkipWithError("write, fsync or rename failed");
+            break;
+        }
+    }
+}
+
 void BM_WriteSyncRenameSyncDir(benchmark::State &state, const char *where)
 {
     const std::string path = Prepare(where, "peer.conf", Content());
@@ -131,6 +178,8 @@ BENCHMARK_CAPTURE(BM_ReadMemmem, tmpfs, "tmpfs");
 BENCHMARK_CAPTURE(BM_SetKeyValue, tmpfs, "tmpfs");
 BENCHMARK_CAPTURE(BM_SetKeys, tmpfs, "tmpfs");
 BENCHMARK_CAPTURE(BM_WriteSyncRenameSyncDir, tmpfs, "tmpfs");
+BENCHMARK(BM_SetManyKeys)->Arg(1000)->Arg(10000);
+BENCHMARK(BM_WriteManySyncRenameSyncDir)->Arg(1000)->Arg(10000);
 BENCHMARK_CAPTURE(BM_SetKeyValue, disk, "disk")->UseRealTime()->MinTime(1.0);
 BENCHMARK_CAPTURE(BM_WriteSyncRenameSyncDir, disk, "disk")->UseRealTime()->MinTime(1.0);
 
@@ -142,6 +191,10 @@ VELKC_BENCH_MAIN({
      "BM_WriteSyncRenameSyncDir/tmpfs", 5},
     {"file_set_keys_10k_tmpfs_vs_write_fsync_rename_fsync_dir", "BM_SetKeys/tmpfs", "BM_WriteSyncRenameSyncDir/tmpfs",
      5},
+    {"file_set_keys_1000_changed_1k_tmpfs_vs_write_fsync_rename_fsync_dir", "BM_SetManyKeys/1000",
+     "BM_WriteManySyncRenameSyncDir/1000", 3},
+    {"file_set_keys_1000_changed_10k_tmpfs_vs_write_fsync_rename_fsync_dir", "BM_SetManyKeys/10000",
+     "BM_WriteManySyncRenameSyncDir/10000", 3},
     {"file_set_key_value_10k_disk_vs_write_fsync_rename_fsync_dir", "BM_SetKeyValue/disk/min_time:1.000/real_time",
      "BM_WriteSyncRenameSyncDir/disk/min_time:1.000/real_time", 2, true},
 })

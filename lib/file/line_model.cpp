@@ -59,8 +59,6 @@ bool Matches(std::string_view line, std::string_view pattern, int flags) noexcep
     return line.find(pattern) != std::string_view::npos;
 }
 
-bool HasLineBreak(std::string_view text) noexcept { return text.find_first_of("\r\n") != std::string_view::npos; }
-
 } // namespace
 
 std::optional<std::string_view> LineKey(std::string_view line) noexcept
@@ -121,13 +119,14 @@ Status MatchLine(const char *line, const char *pattern, int flags, bool &matched
     return kOk;
 }
 
+// One pass each (strcspn scans a whole set of bytes at once): these run on
+// every pair a writer is handed.
 bool IsSafeKey(const char *key) noexcept
 {
-    const std::string_view text(key);
-    return !text.empty() && text.find_first_not_of(" \t") != std::string_view::npos && !HasLineBreak(text) &&
-           text.find('=') == std::string_view::npos && text[0] != '[' && !IsCommentLine(key);
+    const std::size_t size = std::strcspn(key, "=\r\n");
+    return key[size] == '\0' && std::strspn(key, " \t") < size && key[0] != '[' && !IsCommentLine(key);
 }
 
-bool IsSafeValue(const char *value) noexcept { return !HasLineBreak(value); }
+bool IsSafeValue(const char *value) noexcept { return value[std::strcspn(value, "\r\n")] == '\0'; }
 
 } // namespace velkc

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 #include <unistd.h>
 
 namespace velkc {
@@ -91,7 +92,46 @@ Status Output::Line(std::string_view text)
 
 Status Output::Terminated(std::string_view text) { return text.ends_with('\n') ? Write(text) : Line(text); }
 
-Status Output::Pair(const char *format, const char *key, const char *value)
+PairFormat::PairFormat(const char *format) noexcept : format_(format)
+{
+    const std::string_view text(format);
+    const std::size_t first = text.find('%');
+    const std::size_t second = first == std::string_view::npos ? first : text.find('%', first + 1);
+    plain_ = second != std::string_view::npos && text.substr(first, 2) == "%s" && text.substr(second, 2) == "%s" &&
+             text.find('%', second + 1) == std::string_view::npos;
+    if (plain_) {
+        before_ = text.substr(0, first);
+        between_ = text.substr(first + 2, second - first - 2);
+        after_ = text.substr(second + 2);
+    }
+    endsLine_ = text.ends_with('\n');
+}
+
+Status Output::Pair(const PairFormat &format, const char *key, const char *value)
+{
+    if (format.plain_) {
+        const std::string_view parts[] = {format.before_, key, format.between_, value, format.after_};
+        std::size_t size = 0;
+        for (std::string_view part : parts) {
+            size += part.size();
+        }
+        if (Status status = Reserve(size)) {
+            return status;
+        }
+        for (std::string_view part : parts) {
+            std::memcpy(buf_ + size_, part.data(), part.size());
+            size_ += part.size();
+        }
+    } else if (Status status = Printed(format.format_, key, value)) {
+        return status;
+    }
+    if (!format.endsLine_) {
+        return Write("\n");
+    }
+    return fd_ >= 0 && size_ >= kFlushSize ? Flush() : kOk;
+}
+
+Status Output::Printed(const char *format, const char *key, const char *value)
 {
     // Printed straight into the room left; only a pair that does not fit
     // (with the NUL snprintf always writes) is printed again once there is.
@@ -108,10 +148,7 @@ Status Output::Pair(const char *format, const char *key, const char *value)
         std::snprintf(buf_ + size_, needed, format, key, value);
     }
     size_ += static_cast<std::size_t>(length);
-    if (!std::string_view(format).ends_with('\n')) {
-        return Write("\n");
-    }
-    return fd_ >= 0 && size_ >= kFlushSize ? Flush() : kOk;
+    return kOk;
 }
 
 Status Output::Flush()

@@ -11,6 +11,23 @@
 
 namespace velkc {
 
+// A printf format for a key/value line, taking the key, then the value. One
+// of plain text around two "%s" (the default "%s=%s\n" among them) is
+// printed by copying, any other by snprintf.
+class PairFormat {
+public:
+    // Implicit, so that a writer can hand its format string on as it is.
+    PairFormat(const char *format) noexcept;
+    const char *text() const noexcept { return format_; }
+
+private:
+    friend class Output;
+    const char *format_;
+    bool plain_;
+    bool endsLine_;
+    std::string_view before_, between_, after_;
+};
+
 class Output {
 public:
     // fd < 0 keeps everything in memory (see contents()). With quotaError a
@@ -31,10 +48,10 @@ public:
     Status Line(std::string_view text);
     // text, and "\n" unless it ends in one already.
     Status Terminated(std::string_view text);
-    // One key/value line printed with a printf format taking the key, then
-    // the value. A format that does not end its line gets a "\n", so that the
-    // next line is never glued to the pair.
-    Status Pair(const char *format, const char *key, const char *value);
+    // One key/value line printed with its format. A format that does not
+    // end its line gets a "\n", so that the next line is never glued to the
+    // pair.
+    Status Pair(const PairFormat &format, const char *key, const char *value);
     // Appends the bytes [begin, end) of the file open on fd, read at their
     // offsets, straight into the buffer (ERR_READ_FAILED, also when the
     // file ends before end).
@@ -49,6 +66,8 @@ public:
 
 private:
     Status Reserve(std::size_t more);
+    // A pair printed by snprintf.
+    Status Printed(const char *format, const char *key, const char *value);
 
     int fd_;
     bool quotaError_;

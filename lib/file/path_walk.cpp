@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <string_view>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 
@@ -44,6 +46,23 @@ bool CopyName(std::string_view component, char (&name)[NAME_MAX + 1]) noexcept
 // A name that stands for a directory, never for a file to write.
 bool NamesDirectory(std::string_view name) noexcept { return name.empty() || name == "." || name == ".."; }
 
+// The directory path names, opened for reading in one call when no link
+// lies on the way; an invalid descriptor otherwise, and on kernels without
+// openat2, and the walk decides.
+UniqueFd OpenLinkFreeDirectory(std::string_view path) noexcept
+{
+    char copy[PATH_MAX];
+    if (path.size() >= sizeof copy) {
+        return UniqueFd();
+    }
+    std::memcpy(copy, path.data(), path.size());
+    copy[path.size()] = '\0';
+    open_how how{};
+    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    return UniqueFd(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.empty() ? "." : copy, &how, sizeof how)));
+}
+
 class Walk {
 public:
     explicit Walk(const char *path) noexcept : path_(path), writer_(geteuid()) {}
@@ -52,8 +71,9 @@ public:
     // relative.
     Status Directory(int start, std::string_view path, UniqueFd &out);
 
-    // Resolves name in dir, following a link in it, into target.
-    Status Last(UniqueFd dir, std::string_view name, ResolvedTarget &target, struct stat &st);
+    // Resolves name in dir, following a link in it, into target. dir is
+    // opened for reading again unless it is already readable.
+    Status Last(UniqueFd dir, bool readable, std::string_view name, ResolvedTarget &target, struct stat &st);
 
 private:
     // Opens the directory that the link name in dir leads to.
@@ -172,7 +192,7 @@ Status Walk::FollowToDirectory(int dir, const char *name, UniqueFd &out)
     return kOk;
 }
 
-Status Walk::Last(UniqueFd dir, std::string_view component, ResolvedTarget &target, struct stat &st)
+Status Walk::Last(UniqueFd dir, bool readable, std::string_view component, ResolvedTarget &target, struct stat &st)
 {
     char name[NAME_MAX + 1];
     if (NamesDirectory(component) || !CopyName(component, name)) {
@@ -197,7 +217,7 @@ Status Walk::Last(UniqueFd dir, std::string_view component, ResolvedTarget &targ
         if (Status status = Directory(dir.get(), dirPath, linkDir)) {
             return status;
         }
-        if (Status status = Last(std::move(linkDir), last, target, st)) {
+        if (Status status = Last(std::move(linkDir), false, last, target, st)) {
             return status;
         }
         if (!target.exists) {
@@ -209,7 +229,7 @@ Status Walk::Last(UniqueFd dir, std::string_view component, ResolvedTarget &targ
     }
     // The writer reads the directory's entries' status, syncs and locks it:
     // an O_PATH descriptor can do neither.
-    target.dir.reset(openat(dir.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    target.dir = readable ? std::move(dir) : UniqueFd(openat(dir.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!target.dir || fstat(target.dir.get(), &target.dirStat) != 0) {
         return ERR_OPEN_FAILED;
     }
@@ -223,12 +243,15 @@ Status ResolveTarget(const char *path, ResolvedTarget &target)
 {
     Walk walk(path);
     const auto [dirPath, name] = SplitLast(path);
-    UniqueFd dir;
-    if (Status status = walk.Directory(AT_FDCWD, dirPath, dir)) {
-        return status;
+    UniqueFd dir = OpenLinkFreeDirectory(dirPath);
+    const bool readable = static_cast<bool>(dir);
+    if (!readable) {
+        if (Status status = walk.Directory(AT_FDCWD, dirPath, dir)) {
+            return status;
+        }
     }
     struct stat st;
-    return walk.Last(std::move(dir), name, target, st);
+    return walk.Last(std::move(dir), readable, name, target, st);
 }
 
 } // namespace velkc

@@ -20,15 +20,12 @@ Status Rewrite::Open(Target &target)
 {
     WriteTarget::State state;
     UniqueFd fd;
-    if (Status status = where_.Open(path_, state, fd)) {
+    if (Status status = where_.Open(path_, state, fd, stat_)) {
         return status;
     }
     if (state == WriteTarget::State::kMissing) {
         target = Target::kMissing;
         return kOk;
-    }
-    if (fstat(fd.get(), &stat_) != 0) {
-        return ERR_STAT_FAILED;
     }
     reader_.attach(std::move(fd));
     target = Target::kOpened;

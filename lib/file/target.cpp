@@ -10,18 +10,28 @@ namespace velkc {
 
 namespace {
 constexpr long long kNanosPerMilli = 1000 * 1000;
+
+// errno for a name that is there but is no regular file.
+bool Regular(const struct stat &st) noexcept
+{
+    if (S_ISREG(st.st_mode)) {
+        return true;
+    }
+    errno = EINVAL;
+    return false;
+}
 } // namespace
 
 Status OpenRegular(int dirfd, const char *name, int flags, Links links, UniqueFd &fd, struct stat &st)
 {
     const int nofollow = links == Links::kNoFollow ? AT_SYMLINK_NOFOLLOW : 0;
-    if (fstatat(dirfd, name, &st, nofollow) != 0 || !S_ISREG(st.st_mode)) {
+    if (fstatat(dirfd, name, &st, nofollow) != 0 || !Regular(st)) {
         return ERR_OPEN_FAILED;
     }
     const int extra = links == Links::kNoFollow ? O_NOFOLLOW : 0;
     fd.reset(openat(dirfd, name, flags | extra | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat opened;
-    if (!fd || fstat(fd.get(), &opened) != 0 || !S_ISREG(opened.st_mode)) {
+    if (!fd || fstat(fd.get(), &opened) != 0 || !Regular(opened)) {
         fd.reset();
         return ERR_OPEN_FAILED;
     }
@@ -29,7 +39,7 @@ Status OpenRegular(int dirfd, const char *name, int flags, Links links, UniqueFd
     return kOk;
 }
 
-Status WriteTarget::Open(const char *path, State &state, UniqueFd &fd)
+Status WriteTarget::Open(const char *path, State &state, UniqueFd &fd, struct stat &st)
 {
     if (Status status = ResolveTarget(path, resolved_)) {
         return status;
@@ -38,13 +48,13 @@ Status WriteTarget::Open(const char *path, State &state, UniqueFd &fd)
     if (Status status = lock_.Acquire(dirFd(), dirStat(), name(), deadline)) {
         return status;
     }
-    struct stat st;
-    if (fstatat(dirFd(), name(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+    const Status status = OpenRegular(dirFd(), name(), O_RDONLY, Links::kNoFollow, fd, st);
+    if (status != kOk && errno == ENOENT) {
         state = State::kMissing;
-        return errno == ENOENT ? kOk : ERR_OPEN_FAILED;
+        return kOk;
     }
     state = State::kOpened;
-    return OpenRegular(dirFd(), name(), O_RDONLY, Links::kNoFollow, fd, st);
+    return status;
 }
 
 } // namespace velkc
