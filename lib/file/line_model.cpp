@@ -7,8 +7,10 @@
 #include <velkc/unicode.h>
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -59,6 +61,28 @@ bool Matches(std::string_view line, std::string_view pattern, int flags) noexcep
     return line.find(pattern) != std::string_view::npos;
 }
 
+// The first "=" or NUL of line at or after at, or its size: eight bytes at
+// a time, since every line of a file a writer passes over is scanned so.
+std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHighs = 0x8080808080808080u;
+    // The high bit of the lowest zero byte of word is the lowest bit set.
+    const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
+    for (; at + sizeof(std::uint64_t) <= line.size(); at += sizeof(std::uint64_t)) {
+        std::uint64_t word;
+        std::memcpy(&word, line.data() + at, sizeof word);
+        const std::uint64_t stops = zeroBytes(word) | zeroBytes(word ^ (kOnes * '='));
+        if (stops != 0) {
+            return at + static_cast<std::size_t>(std::countr_zero(stops)) / CHAR_BIT;
+        }
+    }
+    while (at < line.size() && line[at] != '=' && line[at] != '\0') {
+        ++at;
+    }
+    return at;
+}
+
 } // namespace
 
 std::optional<std::string_view> LineKey(std::string_view line) noexcept
@@ -76,11 +100,7 @@ std::optional<std::string_view> LineKey(std::string_view line) noexcept
     if (start == line.size() || line[start] == '\0') {
         return std::nullopt;
     }
-    std::size_t end = start;
-    while (end < line.size() && line[end] != '=' && line[end] != '\0') {
-        ++end;
-    }
-    return TrimSpace(line.substr(start, end - start));
+    return TrimSpace(line.substr(start, KeyEnd(line, start) - start));
 }
 
 bool IsHeaderOf(std::string_view line, std::string_view name) noexcept
