@@ -24,6 +24,33 @@ TEST(HashCode, SumsLittleEndianWordsOfUnsignedBytes)
               static_cast<int>((0xFFFFFFFFu + 0xFFFFFFFFu + 0x80u) % 119));
 }
 
+// The word sum taken four bytes at a time, as written down plainly.
+unsigned PlainWordSum(const std::string &text)
+{
+    unsigned sum = 0;
+    for (size_t i = 0; i < text.size(); i += 4) {
+        unsigned word = 0;
+        for (size_t j = 0; j < 4 && i + j < text.size(); ++j) {
+            word |= static_cast<unsigned>(static_cast<unsigned char>(text[i + j])) << (8 * j);
+        }
+        sum += word;
+    }
+    return sum;
+}
+
+// Every length from 0 to 40 bytes, so that each way a text's last bytes
+// can be read is met, with bytes above 0x7f among them.
+TEST(HashCode, MatchesThePlainWordSumAtEveryLength)
+{
+    constexpr unsigned kSlots = 2147483647u;
+    std::string text;
+    for (int n = 0; n <= 40; ++n) {
+        EXPECT_EQ(VELKCRadixHashCode(text.c_str(), kSlots), static_cast<int>(PlainWordSum(text) % kSlots))
+            << n << " bytes";
+        text.push_back(static_cast<char>(n % 3 == 0 ? 0x80 + n * 7 : 'a' + n % 26));
+    }
+}
+
 // Texts read from a block stay usable as arguments when storing them makes
 // the block move: the 25th entry grows 31 slots to 119.
 TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
