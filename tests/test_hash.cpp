@@ -1,6 +1,7 @@
 // The hash table and the hash set beyond what the probe model of
 // test_hash_model.cpp follows: the hash code itself, arguments that point
-// into the block they make grow, and an area filled with tiny items.
+// into the block they make grow, a table filled to its last slot, and an
+// area filled with tiny items.
 #include <velkc.h>
 #include <velkc/containers.hpp>
 
@@ -72,6 +73,35 @@ TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
     ASSERT_EQ(VELKCSzHashSetAdd(set.address(), item), 0);
     EXPECT_EQ(set->nSlot, 119);
     EXPECT_EQ(VELKCSzHashSetItemNum(set.get()), 24);
+}
+
+// A table filled to its last slot, past any growth point, through pairs
+// written at the slots a lookup for writing names: its index entries crowd
+// so far from their homes that lookups must fall back on the probe walk,
+// and still find every key where it is, and no key that is absent.
+TEST(HashIndex, AFullTableStillFindsEveryKey)
+{
+    constexpr int kSlots = 4095;
+    velkc::Hash table(VELKCIHashAllocator(kSlots, 1 << 16));
+    ASSERT_NE(table.get(), nullptr);
+    std::vector<int> slot(kSlots);
+    for (int i = 0; i < kSlots; ++i) {
+        slot[i] = VELKCSetLookDict(table.get(), Numbered("key", i).c_str());
+        ASSERT_GE(slot[i], 0);
+        VELKCInsertPair(table.get(), Numbered("key", i).c_str(), "v", slot[i]);
+    }
+    ASSERT_EQ(VELKCSzHashPairNum(table.get()), kSlots);
+    for (int i = 0; i < kSlots; ++i) {
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("key", i).c_str()), slot[i]) << i;
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("absent", i).c_str()), -1) << i;
+    }
+    for (int i = 0; i < kSlots; i += 2) {
+        ASSERT_STREQ(VELKCSzHashRemoveKey(table.get(), Numbered("key", i).c_str()), "v");
+    }
+    for (int i = 0; i < kSlots; ++i) {
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("key", i).c_str()), i % 2 == 0 ? -1 : slot[i]) << i;
+    }
+    EXPECT_EQ(VELKCISzHashIndexCheck(table.get()), 1);
 }
 
 // Many one- and two-character items make the truncated per-item average
