@@ -3,6 +3,8 @@
 // of every block, and a check that it says what the slots say.
 #pragma once
 
+#include "hash_key.hpp"
+
 #include <velkc/hash.h>
 #include <velkc/hashset.h>
 
@@ -18,18 +20,6 @@ namespace velkc::hash {
 
 template <typename Block>
 using SlotOf = std::remove_reference_t<decltype(std::declval<Block>().rgSlot[0])>;
-
-// Both codes of a key, from one pass over its bytes: `sum` is the 32-bit
-// word sum that places the key (its home slot is sum % nSlot); `mix` is a
-// well-spread hash that only the slot index below uses; `cb` is the key's
-// length, so that callers need not measure it again.
-struct KeyHash {
-    std::uint32_t sum = 0;
-    std::uint64_t mix = 0;
-    std::size_t cb = 0;
-};
-
-KeyHash HashKey(const char *sz) noexcept;
 
 // The slot index: an accelerator kept after the string area of every block.
 // Linear probing from the word-sum home slot decides where each key lives,
