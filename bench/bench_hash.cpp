@@ -1,21 +1,42 @@
-// SzHash and SzHashSet side by side with std::unordered_map/unordered_set:
-// fill, hit, miss and remove at 100,000 keys (patterned like configuration
-// keys, and random), churn (remove the oldest, insert a new key) at 1,000
-// keys, and the memory of 100,000 pairs. Prints each time per operation
-// and the ratio library / std.
+// SzHash and SzHashSet side by side with std::unordered_map/unordered_set
+// and, where absl is installed, absl::flat_hash_map/flat_hash_set: fill,
+// hit, miss, remove and churn (remove the oldest key, insert a new one) at
+// 100, 1,000, 10,000 and 100,000 keys, patterned like configuration keys
+// and random, and the heap bytes per pair of each container.
+//
+// Prints each time per operation, then one RATIO line per row: the
+// library's time over absl's, with its target (2 for every operation,
+// 1.5 for hits), or over std's with no target where absl is missing.
+//
+//   bench_hash [--benchmark_filter=REGEX] [--benchmark_repetitions=N]
+//
+// The filter selects rows by name (e.g. "SzHash/hit/" or "/100000$"); a
+// row's time is the best of N runs of each side (7 by default), the sides
+// taking turns so that all see the same machine. Other --benchmark_ options,
+// meant for the Google Benchmark executables that scripts/bench runs with
+// this one, are ignored.
 #include <velkc.h>
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <malloc.h>
+#include <memory>
 #include <random>
+#include <regex>
 #include <string>
+#include <string_view>
 #include <time.h>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
+
+#ifdef VELKC_BENCH_HAVE_ABSL
+#include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
+#endif
 
 namespace {
 
@@ -45,6 +66,12 @@ Keys Random(unsigned seed, int n)
 
 constexpr const char *kValue = "value-of-a-key";
 
+// Operations per timed run at least: small containers are filled, read or
+// emptied many times over so that the clock's own cost does not show.
+constexpr size_t kMinOps = 100000;
+// Churn steps per timed run, whatever the number of live keys.
+constexpr size_t kChurnSteps = 100000;
+
 // CPU time of the calling thread: the machine may be shared, and time
 // spent descheduled is no cost of the code under test.
 double ThreadNs()
@@ -54,161 +81,6 @@ double ThreadNs()
     return static_cast<double>(ts.tv_sec) * 1e9 + static_cast<double>(ts.tv_nsec);
 }
 
-struct Side {
-    std::function<void()> setup; // untimed, before each run
-    std::function<void()> work;
-};
-
-struct Pair {
-    double lib;
-    double peer;
-};
-
-// Best of seven runs of each side, in nanoseconds per operation; the two
-// sides take turns so that both see the same machine.
-Pair NsPerOp(size_t nOps, const Side &lib, const Side &peer)
-{
-    Pair best{1e300, 1e300};
-    const auto time = [nOps](const Side &side, double &min) {
-        side.setup();
-        const double t0 = ThreadNs();
-        side.work();
-        min = std::min(min, (ThreadNs() - t0) / static_cast<double>(nOps));
-    };
-    for (int rep = 0; rep < 7; ++rep) {
-        time(lib, best.lib);
-        time(peer, best.peer);
-    }
-    return best;
-}
-
-// The RATIO line that scripts/bench collects: the row's text without blanks.
-void RatioLine(std::string what, double ratio)
-{
-    std::replace(what.begin(), what.end(), ' ', '_');
-    std::replace(what.begin(), what.end(), ',', '_');
-    std::printf("RATIO %s %.2f -\n", what.c_str(), ratio);
-}
-
-void Row(const std::string &what, Pair t)
-{
-    std::printf("%-44s %10.1f %10.1f %8.2fx\n", what.c_str(), t.lib, t.peer, t.lib / t.peer);
-    RatioLine(what, t.lib / t.peer);
-}
-
-struct Data {
-    const char *name;
-    Keys keys;
-    Keys misses;
-};
-
-// A run that applies fn to every key of keys.
-template <typename Fn>
-std::function<void()> Each(const Keys &keys, Fn fn)
-{
-    return [&keys, fn] {
-        for (const auto &k : keys) {
-            fn(k);
-        }
-    };
-}
-
-void TableRows(const Data &d)
-{
-    const size_t n = d.keys.size();
-    SzHash *pHash = nullptr;
-    std::unordered_map<std::string, std::string> map;
-    const auto fillLib = Each(d.keys, [&](const std::string &k) { VELKCSzHashSetValue(&pHash, k.c_str(), kValue); });
-    const auto fillStd = Each(d.keys, [&](const std::string &k) { map.emplace(k, kValue); });
-    const auto newLib = [&] {
-        VELKCSzHashFree(pHash);
-        pHash = VELKCSzHashAlloc(512);
-    };
-    const auto newStd = [&] { map = {}; };
-    const auto filledLib = [&] {
-        newLib();
-        fillLib();
-    };
-    const auto filledStd = [&] {
-        newStd();
-        fillStd();
-    };
-    const auto nothing = [] {};
-    const auto getLib = [&](const std::string &k) { benchmark::DoNotOptimize(VELKCSzHashGetValue(pHash, k.c_str())); };
-    const auto getStd = [&](const std::string &k) { benchmark::DoNotOptimize(map.find(k)); };
-    const std::string name = d.name;
-    Row("SzHash fill, " + name, NsPerOp(n, {newLib, fillLib}, {newStd, fillStd}));
-    filledLib();
-    filledStd();
-    Row("SzHash hit, " + name, NsPerOp(n, {nothing, Each(d.keys, getLib)}, {nothing, Each(d.keys, getStd)}));
-    Row("SzHash miss, " + name, NsPerOp(n, {nothing, Each(d.misses, getLib)}, {nothing, Each(d.misses, getStd)}));
-    Row("SzHash remove, " + name,
-        NsPerOp(n, {filledLib, Each(d.keys, [&](const std::string &k) { VELKCSzHashRemoveKey(pHash, k.c_str()); })},
-                {filledStd, Each(d.keys, [&](const std::string &k) { map.erase(k); })}));
-    VELKCSzHashFree(pHash);
-}
-
-void SetRows(const Data &d)
-{
-    const size_t n = d.keys.size();
-    SzHashSet *pSet = nullptr;
-    std::unordered_set<std::string> set;
-    const auto newLib = [&] {
-        VELKCSzHashSetFree(pSet);
-        pSet = VELKCSzHashSetAlloc(512);
-    };
-    const auto newStd = [&] { set = {}; };
-    const auto nothing = [] {};
-    const auto hasLib = [&](const std::string &k) {
-        benchmark::DoNotOptimize(VELKCSzHashSetContains(pSet, k.c_str()));
-    };
-    const auto hasStd = [&](const std::string &k) { benchmark::DoNotOptimize(set.count(k)); };
-    const std::string name = d.name;
-    Row("SzHashSet add, " + name,
-        NsPerOp(n, {newLib, Each(d.keys, [&](const std::string &k) { VELKCSzHashSetAdd(&pSet, k.c_str()); })},
-                {newStd, Each(d.keys, [&](const std::string &k) { set.insert(k); })}));
-    Row("SzHashSet contains hit, " + name,
-        NsPerOp(n, {nothing, Each(d.keys, hasLib)}, {nothing, Each(d.keys, hasStd)}));
-    Row("SzHashSet contains miss, " + name,
-        NsPerOp(n, {nothing, Each(d.misses, hasLib)}, {nothing, Each(d.misses, hasStd)}));
-    VELKCSzHashSetFree(pSet);
-}
-
-// A table of `live` keys that keeps removing its oldest key and inserting
-// a new one, through all of `keys`.
-void ChurnRow(const char *what, const Keys &keys, size_t live)
-{
-    SzHash *pHash = nullptr;
-    std::unordered_map<std::string, std::string> map;
-    const Side lib{[&] {
-                       VELKCSzHashFree(pHash);
-                       pHash = VELKCSzHashAlloc(512);
-                       for (size_t i = 0; i < live; ++i) {
-                           VELKCSzHashSetValue(&pHash, keys[i].c_str(), kValue);
-                       }
-                   },
-                   [&] {
-                       for (size_t i = live; i < keys.size(); ++i) {
-                           VELKCSzHashRemoveKey(pHash, keys[i - live].c_str());
-                           VELKCSzHashSetValue(&pHash, keys[i].c_str(), kValue);
-                       }
-                   }};
-    const Side peer{[&] {
-                        map = {};
-                        for (size_t i = 0; i < live; ++i) {
-                            map.emplace(keys[i], kValue);
-                        }
-                    },
-                    [&] {
-                        for (size_t i = live; i < keys.size(); ++i) {
-                            map.erase(keys[i - live]);
-                            map.emplace(keys[i], kValue);
-                        }
-                    }};
-    Row(what, NsPerOp(keys.size() - live, lib, peer));
-    VELKCSzHashFree(pHash);
-}
-
 // Heap bytes in use, mmapped chunks included.
 size_t HeapBytes()
 {
@@ -216,43 +88,337 @@ size_t HeapBytes()
     return mi.uordblks + mi.hblkhd;
 }
 
-void MemoryRow(const Keys &keys)
+// The containers, each behind the same four calls.
+
+class LibTable {
+public:
+    LibTable() : p_(VELKCSzHashAlloc(512)) {}
+    ~LibTable() { VELKCSzHashFree(p_); }
+    LibTable(const LibTable &) = delete;
+    LibTable &operator=(const LibTable &) = delete;
+    void Put(const std::string &k) { VELKCSzHashSetValue(&p_, k.c_str(), kValue); }
+    bool Has(const std::string &k) const { return VELKCSzHashGetValue(p_, k.c_str()) != nullptr; }
+    void Erase(const std::string &k) { VELKCSzHashRemoveKey(p_, k.c_str()); }
+
+private:
+    SzHash *p_;
+};
+
+class LibSet {
+public:
+    LibSet() : p_(VELKCSzHashSetAlloc(512)) {}
+    ~LibSet() { VELKCSzHashSetFree(p_); }
+    LibSet(const LibSet &) = delete;
+    LibSet &operator=(const LibSet &) = delete;
+    void Put(const std::string &k) { VELKCSzHashSetAdd(&p_, k.c_str()); }
+    bool Has(const std::string &k) const { return VELKCSzHashSetContains(p_, k.c_str()) != 0; }
+    void Erase(const std::string &k) { VELKCSzHashSetRemove(p_, k.c_str()); }
+
+private:
+    SzHashSet *p_;
+};
+
+template <typename Map>
+struct MapOf {
+    Map m;
+    void Put(const std::string &k) { m.emplace(k, kValue); }
+    bool Has(const std::string &k) const { return m.find(k) != m.end(); }
+    void Erase(const std::string &k) { m.erase(k); }
+};
+
+template <typename Set>
+struct SetOf {
+    Set s;
+    void Put(const std::string &k) { s.insert(k); }
+    bool Has(const std::string &k) const { return s.find(k) != s.end(); }
+    void Erase(const std::string &k) { s.erase(k); }
+};
+
+using StdTable = MapOf<std::unordered_map<std::string, std::string>>;
+using StdSet = SetOf<std::unordered_set<std::string>>;
+#ifdef VELKC_BENCH_HAVE_ABSL
+using AbslTable = MapOf<absl::flat_hash_map<std::string, std::string>>;
+using AbslSet = SetOf<absl::flat_hash_set<std::string>>;
+#endif
+
+// One timed run: setup, work and teardown, of which only work is timed.
+struct Run {
+    std::function<void()> setup;
+    std::function<void()> work;
+    std::function<void()> teardown;
+};
+
+double TimeRun(const Run &run)
+{
+    run.setup();
+    const double t0 = ThreadNs();
+    run.work();
+    const double t = ThreadNs() - t0;
+    run.teardown();
+    return t;
+}
+
+enum class Op { Fill, Hit, Miss, Remove, Churn };
+
+constexpr const char *OpName(Op op)
+{
+    switch (op) {
+    case Op::Fill:
+        return "fill";
+    case Op::Hit:
+        return "hit";
+    case Op::Miss:
+        return "miss";
+    case Op::Remove:
+        return "remove";
+    case Op::Churn:
+        return "churn";
+    }
+    return "?";
+}
+
+// The keys of one row: n live keys, as many absent ones, and the keys a
+// churn brings in after them.
+struct Data {
+    const char *kind;
+    Keys keys;
+    Keys misses;
+    Keys churn; // keys, then kChurnSteps more
+};
+
+// The runs of op for one container type C over d, and the number of
+// operations each run times.
+template <typename C>
+struct Runs {
+    std::vector<std::unique_ptr<C>> batch;
+
+    static size_t Copies(size_t n) { return std::max<size_t>(1, (kMinOps + n - 1) / n); }
+
+    void Fresh(size_t copies, const Keys *fillWith)
+    {
+        batch.clear();
+        for (size_t i = 0; i < copies; ++i) {
+            batch.push_back(std::make_unique<C>());
+            if (fillWith != nullptr) {
+                for (const auto &k : *fillWith) {
+                    batch.back()->Put(k);
+                }
+            }
+        }
+    }
+
+    Run Of(Op op, const Data &d, size_t *pOps)
+    {
+        const size_t n = d.keys.size();
+        const size_t copies = Copies(n);
+        const auto drop = [this] { batch.clear(); };
+        switch (op) {
+        case Op::Fill:
+            *pOps = copies * n;
+            return {[this, copies] { Fresh(copies, nullptr); },
+                    [this, &d] {
+                        for (auto &c : batch) {
+                            for (const auto &k : d.keys) {
+                                c->Put(k);
+                            }
+                        }
+                    },
+                    drop};
+        case Op::Hit:
+        case Op::Miss: {
+            const Keys &probe = op == Op::Hit ? d.keys : d.misses;
+            *pOps = copies * n;
+            return {[this, &d] { Fresh(1, &d.keys); },
+                    [this, &probe, copies] {
+                        const C &c = *batch.front();
+                        for (size_t r = 0; r < copies; ++r) {
+                            for (const auto &k : probe) {
+                                benchmark::DoNotOptimize(c.Has(k));
+                            }
+                        }
+                    },
+                    drop};
+        }
+        case Op::Remove:
+            *pOps = copies * n;
+            return {[this, &d, copies] { Fresh(copies, &d.keys); },
+                    [this, &d] {
+                        for (auto &c : batch) {
+                            for (const auto &k : d.keys) {
+                                c->Erase(k);
+                            }
+                        }
+                    },
+                    drop};
+        case Op::Churn:
+            *pOps = kChurnSteps;
+            return {[this, &d] { Fresh(1, &d.keys); },
+                    [this, &d, n] {
+                        C &c = *batch.front();
+                        for (size_t i = n; i < d.churn.size(); ++i) {
+                            c.Erase(d.churn[i - n]);
+                            c.Put(d.churn[i]);
+                        }
+                    },
+                    drop};
+        }
+        return {};
+    }
+};
+
+struct Options {
+    std::regex filter{".*"};
+    int rounds = 7;
+};
+
+// Best nanoseconds per operation of each run, the runs taking turns.
+std::vector<double> BestNs(const std::vector<Run> &runs, size_t nOps, int rounds)
+{
+    std::vector<double> best(runs.size(), 1e300);
+    for (int r = 0; r < rounds; ++r) {
+        for (size_t i = 0; i < runs.size(); ++i) {
+            best[i] = std::min(best[i], TimeRun(runs[i]) / static_cast<double>(nOps));
+        }
+    }
+    return best;
+}
+
+// The RATIO line that scripts/bench collects.
+void RatioLine(const std::string &name, double ratio, double target)
+{
+    if (target > 0) {
+        std::printf("RATIO %s %.2f %.2f\n", name.c_str(), ratio, target);
+    } else {
+        std::printf("RATIO %s %.2f -\n", name.c_str(), ratio);
+    }
+}
+
+struct Ratio {
+    std::string name;
+    double value;
+    double target;
+};
+
+std::vector<Ratio> g_ratios; // printed together at the end
+
+#ifndef VELKC_BENCH_HAVE_ABSL
+// Without absl, the std peers stand in its column.
+using AbslTable = StdTable;
+using AbslSet = StdSet;
+#endif
+
+template <typename Lib, typename Std, typename Absl>
+void TimeRow(const std::string &area, Op op, const Data &d, const Options &opt)
+{
+    const std::string name = area + "/" + OpName(op) + "/" + d.kind + "/" + std::to_string(d.keys.size());
+    if (!std::regex_search(name, opt.filter)) {
+        return;
+    }
+    Runs<Lib> lib;
+    Runs<Std> stdRuns;
+    Runs<Absl> absl;
+    size_t nOps = 0;
+    const std::vector<Run> runs{lib.Of(op, d, &nOps), stdRuns.Of(op, d, &nOps), absl.Of(op, d, &nOps)};
+    const std::vector<double> ns = BestNs(runs, nOps, opt.rounds);
+    std::printf("%-36s %9.1f %9.1f %9.1f %8.2fx %8.2fx\n", name.c_str(), ns[0], ns[1], ns[2], ns[0] / ns[1],
+                ns[0] / ns[2]);
+    std::fflush(stdout);
+#ifdef VELKC_BENCH_HAVE_ABSL
+    g_ratios.push_back({name + "@absl", ns[0] / ns[2], op == Op::Hit ? 1.5 : 2.0});
+#else
+    g_ratios.push_back({name + "@std", ns[0] / ns[2], 0});
+#endif
+}
+
+// Heap bytes per pair that a container of C holding keys takes.
+template <typename C>
+double BytesPerPair(const Keys &keys)
 {
     const size_t base = HeapBytes();
-    SzHash *pHash = VELKCSzHashAlloc(512);
+    auto c = std::make_unique<C>();
     for (const auto &k : keys) {
-        VELKCSzHashSetValue(&pHash, k.c_str(), kValue);
+        c->Put(k);
     }
-    const size_t lib = HeapBytes() - base;
-    VELKCSzHashFree(pHash);
-    const size_t base2 = HeapBytes();
-    size_t peer = 0;
-    {
-        std::unordered_map<std::string, std::string> map;
-        for (const auto &k : keys) {
-            map.emplace(k, kValue);
+    const size_t used = HeapBytes() - base;
+    return static_cast<double>(used) / static_cast<double>(keys.size());
+}
+
+template <typename Lib, typename Std, typename Absl>
+void MemoryRow(const std::string &area, const Data &d, const Options &opt)
+{
+    const std::string name = area + "/memory/" + d.kind + "/" + std::to_string(d.keys.size());
+    if (!std::regex_search(name, opt.filter)) {
+        return;
+    }
+    const double lib = BytesPerPair<Lib>(d.keys);
+    const double peerStd = BytesPerPair<Std>(d.keys);
+    const double peer = BytesPerPair<Absl>(d.keys);
+    std::printf("%-36s %8.1fB %8.1fB %8.1fB %8.2fx %8.2fx\n", name.c_str(), lib, peerStd, peer, lib / peerStd,
+                lib / peer);
+#ifdef VELKC_BENCH_HAVE_ABSL
+    g_ratios.push_back({name + "@absl", lib / peer, 0});
+#else
+    g_ratios.push_back({name + "@std", lib / peer, 0});
+#endif
+}
+
+void Rows(const Data &d, const Options &opt)
+{
+    for (const Op op : {Op::Fill, Op::Hit, Op::Miss, Op::Remove, Op::Churn}) {
+        TimeRow<LibTable, StdTable, AbslTable>("SzHash", op, d, opt);
+    }
+    for (const Op op : {Op::Fill, Op::Hit, Op::Miss, Op::Remove, Op::Churn}) {
+        TimeRow<LibSet, StdSet, AbslSet>("SzHashSet", op, d, opt);
+    }
+    MemoryRow<LibTable, StdTable, AbslTable>("SzHash", d, opt);
+    MemoryRow<LibSet, StdSet, AbslSet>("SzHashSet", d, opt);
+}
+
+bool ParseOptions(int argc, char **argv, Options &opt)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view arg = argv[i];
+        constexpr std::string_view kFilter = "--benchmark_filter=";
+        constexpr std::string_view kRepetitions = "--benchmark_repetitions=";
+        if (arg.starts_with(kFilter)) {
+            opt.filter = std::regex(std::string(arg.substr(kFilter.size())));
+        } else if (arg.starts_with(kRepetitions)) {
+            opt.rounds = std::max(1, std::atoi(argv[i] + kRepetitions.size()));
+        } else if (!arg.starts_with("--benchmark_")) {
+            std::fprintf(stderr, "usage: bench_hash [--benchmark_filter=REGEX] [--benchmark_repetitions=N]\n");
+            return false;
         }
-        peer = HeapBytes() - base2;
     }
-    const double ratio = static_cast<double>(lib) / static_cast<double>(peer);
-    std::printf("%-44s %9.2fM %9.2fM %8.2fx\n", "SzHash memory, 100k patterned pairs", lib / 1e6, peer / 1e6, ratio);
-    RatioLine("SzHash memory, 100k patterned pairs", ratio);
+    return true;
 }
 
 } // namespace
 
-int main()
+int main(int argc, char **argv)
 {
-    constexpr int kN = 100000;
-    const Data patterned{"100k patterned", Patterned(0, kN), Patterned(kN, kN)};
-    const Data random{"100k random", Random(1, kN), Random(2, kN)};
-    std::printf("%-44s %10s %10s %9s\n", "operation", "lib ns/op", "std ns/op", "lib/std");
-    for (const Data *d : {&patterned, &random}) {
-        TableRows(*d);
-        SetRows(*d);
+    Options opt;
+    if (!ParseOptions(argc, argv, opt)) {
+        return 2;
     }
-    ChurnRow("SzHash churn, 1k patterned", Patterned(0, 200000), 1000);
-    ChurnRow("SzHash churn, 1k random", Random(3, 200000), 1000);
-    MemoryRow(patterned.keys);
+#ifdef VELKC_BENCH_HAVE_ABSL
+    const char *peerName = "absl";
+#else
+    const char *peerName = "std*";
+#endif
+    std::printf("%-36s %9s %9s %9s %9s %9s\n", "row (ns/op, memory: bytes/pair)", "lib", "std", peerName, "lib/std",
+                (std::string("lib/") + peerName).c_str());
+    for (const int n : {100, 1000, 10000, 100000}) {
+        const int churn = n + static_cast<int>(kChurnSteps);
+        Keys churnPatterned = Patterned(0, churn);
+        Keys churnRandom = Random(1, churn);
+        Data patterned{"patterned", Keys(churnPatterned.begin(), churnPatterned.begin() + n), Patterned(n, n),
+                       std::move(churnPatterned)};
+        Data random{"random", Keys(churnRandom.begin(), churnRandom.begin() + n), Random(2, n), std::move(churnRandom)};
+        Rows(patterned, opt);
+        Rows(random, opt);
+    }
+    for (const Ratio &r : g_ratios) {
+        RatioLine(r.name, r.value, r.target);
+    }
     return 0;
 }

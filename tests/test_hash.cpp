@@ -1,6 +1,7 @@
 // The hash table and the hash set beyond what the probe model of
 // test_hash_model.cpp follows: the hash code itself, arguments that point
-// into the block they make grow, and an area filled with tiny items.
+// into the block they make grow, a table filled to its last slot, and an
+// area filled with tiny items.
 #include <velkc.h>
 #include <velkc/containers.hpp>
 
@@ -24,6 +25,33 @@ TEST(HashCode, SumsLittleEndianWordsOfUnsignedBytes)
               static_cast<int>((0xFFFFFFFFu + 0xFFFFFFFFu + 0x80u) % 119));
 }
 
+// The word sum taken four bytes at a time, as written down plainly.
+unsigned PlainWordSum(const std::string &text)
+{
+    unsigned sum = 0;
+    for (size_t i = 0; i < text.size(); i += 4) {
+        unsigned word = 0;
+        for (size_t j = 0; j < 4 && i + j < text.size(); ++j) {
+            word |= static_cast<unsigned>(static_cast<unsigned char>(text[i + j])) << (8 * j);
+        }
+        sum += word;
+    }
+    return sum;
+}
+
+// Every length from 0 to 40 bytes, so that each way a text's last bytes
+// can be read is met, with bytes above 0x7f among them.
+TEST(HashCode, MatchesThePlainWordSumAtEveryLength)
+{
+    constexpr unsigned kSlots = 2147483647u;
+    std::string text;
+    for (int n = 0; n <= 40; ++n) {
+        EXPECT_EQ(VELKCRadixHashCode(text.c_str(), kSlots), static_cast<int>(PlainWordSum(text) % kSlots))
+            << n << " bytes";
+        text.push_back(static_cast<char>(n % 3 == 0 ? 0x80 + n * 7 : 'a' + n % 26));
+    }
+}
+
 // Texts read from a block stay usable as arguments when storing them makes
 // the block move: the 25th entry grows 31 slots to 119.
 TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
@@ -45,6 +73,35 @@ TEST(HashGrowth, ArgumentsPointingIntoTheBlockSurvive)
     ASSERT_EQ(VELKCSzHashSetAdd(set.address(), item), 0);
     EXPECT_EQ(set->nSlot, 119);
     EXPECT_EQ(VELKCSzHashSetItemNum(set.get()), 24);
+}
+
+// A table filled to its last slot, past any growth point, through pairs
+// written at the slots a lookup for writing names: its index entries crowd
+// so far from their homes that lookups must fall back on the probe walk,
+// and still find every key where it is, and no key that is absent.
+TEST(HashIndex, AFullTableStillFindsEveryKey)
+{
+    constexpr int kSlots = 4095;
+    velkc::Hash table(VELKCIHashAllocator(kSlots, 1 << 16));
+    ASSERT_NE(table.get(), nullptr);
+    std::vector<int> slot(kSlots);
+    for (int i = 0; i < kSlots; ++i) {
+        slot[i] = VELKCSetLookDict(table.get(), Numbered("key", i).c_str());
+        ASSERT_GE(slot[i], 0);
+        VELKCInsertPair(table.get(), Numbered("key", i).c_str(), "v", slot[i]);
+    }
+    ASSERT_EQ(VELKCSzHashPairNum(table.get()), kSlots);
+    for (int i = 0; i < kSlots; ++i) {
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("key", i).c_str()), slot[i]) << i;
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("absent", i).c_str()), -1) << i;
+    }
+    for (int i = 0; i < kSlots; i += 2) {
+        ASSERT_STREQ(VELKCSzHashRemoveKey(table.get(), Numbered("key", i).c_str()), "v");
+    }
+    for (int i = 0; i < kSlots; ++i) {
+        ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("key", i).c_str()), i % 2 == 0 ? -1 : slot[i]) << i;
+    }
+    EXPECT_EQ(VELKCISzHashIndexCheck(table.get()), 1);
 }
 
 // Many one- and two-character items make the truncated per-item average

@@ -1,8 +1,6 @@
-// The hash code of the hash table and the hash set, and the table's
-// writers of pairs and values.
+// The table's writers of pairs and values.
 #include "hash_internal.hpp"
 
-#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -10,49 +8,6 @@
 namespace {
 
 using namespace velkc::hash;
-
-// Up to eight bytes read as a little-endian number, missing high bytes zero.
-std::uint64_t LittleEndianTail(const unsigned char *pb, std::size_t cb) noexcept
-{
-    std::uint64_t w = 0;
-    for (std::size_t i = cb; i-- > 0;) {
-        w = (w << 8) | pb[i];
-    }
-    return w;
-}
-
-std::uint64_t LittleEndianWord(const unsigned char *pb) noexcept
-{
-    std::uint64_t w;
-    std::memcpy(&w, pb, sizeof w);
-    if constexpr (std::endian::native == std::endian::big) {
-        w = __builtin_bswap64(w);
-    }
-    return w;
-}
-
-constexpr std::uint64_t kMul = 0x9E3779B97F4A7C15ull;
-
-// Adds an eight-byte group to both codes: its two 32-bit words to the sum,
-// the whole group to the mix.
-void Absorb(velkc::hash::KeyHash &kh, std::uint64_t w) noexcept
-{
-    kh.sum += static_cast<std::uint32_t>(w) + static_cast<std::uint32_t>(w >> 32);
-    kh.mix = (kh.mix ^ w) * kMul;
-    kh.mix ^= kh.mix >> 32;
-}
-
-// The finaliser of a well-known 64-bit mixer: every input bit reaches
-// every output bit.
-std::uint64_t Finalise(std::uint64_t h) noexcept
-{
-    h ^= h >> 33;
-    h *= 0xFF51AFD7ED558CCDull;
-    h ^= h >> 33;
-    h *= 0xC4CEB9FE1A85EC53ull;
-    h ^= h >> 33;
-    return h;
-}
 
 // Copies key and value into the string area, key first, and makes slot idx
 // live with them. The caller has checked that cbKey + cbVal bytes are free.
@@ -90,25 +45,9 @@ SzHash *Reserve(SzHash *pHash, const char *szKey, const KeyHash &kh, int cbNeed,
 
 namespace velkc::hash {
 
-// Eight bytes at a time: two little-endian 32-bit words each, so the word
-// sum comes out as if taken four bytes at a time.
-KeyHash HashKey(const char *sz) noexcept
-{
-    const auto *pb = reinterpret_cast<const unsigned char *>(sz);
-    std::size_t cb = std::strlen(sz);
-    KeyHash kh;
-    kh.mix = cb * kMul;
-    for (; cb >= 8; pb += 8, cb -= 8) {
-        Absorb(kh, LittleEndianWord(pb));
-    }
-    Absorb(kh, LittleEndianTail(pb, cb));
-    kh.mix = Finalise(kh.mix);
-    return kh;
-}
-
 void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int idx) noexcept
 {
-    const int cbKey = StoredSize(szKey);
+    const int cbKey = StoredSize(kh.cb);
     const int cbVal = StoredSize(szValue);
     const int cbNeed = PairSize(cbKey, cbVal);
     if (cbNeed >= 0 && cbNeed <= pHash->cbFree) {
@@ -119,7 +58,7 @@ void PutPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *sz
 SzHash *AddPair(SzHash *pHash, const char *szKey, const KeyHash &kh, const char *szValue, int *pIdx,
                 bool fTrustedIdx) noexcept
 {
-    const int cbKey = StoredSize(szKey);
+    const int cbKey = StoredSize(kh.cb);
     const int cbVal = StoredSize(szValue);
     SzHash *pNew = Reserve(pHash, szKey, kh, PairSize(cbKey, cbVal), pIdx);
     if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
@@ -139,7 +78,7 @@ SzHash *UpdateValue(SzHash *pHash, const char *szKey, const KeyHash &kh, const c
         std::memmove(pszOld, szValue, cchNew + 1);
         return pHash;
     }
-    const int cbNeed = StoredSize(szValue);
+    const int cbNeed = StoredSize(cchNew);
     SzHash *pNew = Reserve(pHash, szKey, kh, cbNeed, pIdx);
     if (pNew != nullptr && ValidSlot(pNew, *pIdx)) {
         pNew->rgSlot[*pIdx].pszVal = StoreString(pNew, szValue, cbNeed);

@@ -26,6 +26,8 @@ namespace velkc::hash {
 
 inline constexpr int kInitSlots = 31;
 inline constexpr int kMinSpace = 512;
+// Blocks of this many slots or more outgrow the processor's own caches.
+inline constexpr int kPrefetchSlots = 16384;
 
 // A slot that has never held anything since the block was made. A slot
 // whose key is null but which is not empty is a tombstone.
@@ -87,13 +89,14 @@ Block *NewBlock(int nSlot, int cbSpace, unsigned *pErr) noexcept
     return p;
 }
 
-// Bytes a string takes in the string area (with its NUL), or -1 when that
-// is more than a block size can express.
-inline int StoredSize(const char *sz) noexcept
+// Bytes a string of cch characters takes in the string area (with its
+// NUL), or -1 when that is more than a block size can express.
+inline int StoredSize(std::size_t cch) noexcept
 {
-    const std::size_t cb = std::strlen(sz) + 1;
-    return cb <= static_cast<std::size_t>(INT_MAX) ? static_cast<int>(cb) : -1;
+    return cch < static_cast<std::size_t>(INT_MAX) ? static_cast<int>(cch + 1) : -1;
 }
+
+inline int StoredSize(const char *sz) noexcept { return StoredSize(std::strlen(sz)); }
 
 // Copies sz with its NUL to the next free bytes of the string area and
 // returns the copy. The caller has made sure that cb bytes are free.
@@ -186,20 +189,14 @@ int FindSlot(const Block *p, const char *szKey, const KeyHash &kh) noexcept
     if (!ix.Exact()) {
         return WalkProbe(p, szKey, HomeSlot(kh, p->nSlot)).found;
     }
-    // Most keys live at their home slot unless similar keys crowd it: its
-    // load then overlaps the index probe that names the slot.
-    __builtin_prefetch(&p->rgSlot[HomeSlot(kh, p->nSlot)]);
-    const std::uint32_t home = ix.Home(kh);
-    for (std::uint32_t pos = home; ix.entry[pos] != 0; pos = (pos + 1) & ix.mask) {
-        const std::uint32_t e = ix.entry[pos];
-        if (ix.Distance(e) == ix.Gap(home, pos)) {
-            const int slot = ix.SlotOf(e);
-            if (std::strcmp(p->rgSlot[slot].pszKey, szKey) == 0) {
-                return slot;
-            }
-        }
+    // Most keys live at their home slot unless similar keys crowd it. In a
+    // block too large for the caches its load then overlaps the index probe
+    // that names the slot; in a smaller one the division that finds it costs
+    // more than it saves.
+    if (p->nSlot >= kPrefetchSlots) {
+        __builtin_prefetch(&p->rgSlot[HomeSlot(kh, p->nSlot)]);
     }
-    return -1;
+    return ix.Find(kh, [p, szKey](int slot) { return std::strcmp(p->rgSlot[slot].pszKey, szKey) == 0; });
 }
 
 // Where the walk writes a key that the block does not hold: an empty home

@@ -3,6 +3,8 @@
 // of every block, and a check that it says what the slots say.
 #pragma once
 
+#include "hash_key.hpp"
+
 #include <velkc/hash.h>
 #include <velkc/hashset.h>
 
@@ -19,34 +21,29 @@ namespace velkc::hash {
 template <typename Block>
 using SlotOf = std::remove_reference_t<decltype(std::declval<Block>().rgSlot[0])>;
 
-// Both codes of a key, from one pass over its bytes: `sum` is the 32-bit
-// word sum that places the key (its home slot is sum % nSlot); `mix` is a
-// well-spread hash that only the slot index below uses.
-struct KeyHash {
-    std::uint32_t sum = 0;
-    std::uint64_t mix = 0;
-};
-
-KeyHash HashKey(const char *sz) noexcept;
-
 // The slot index: an accelerator kept after the string area of every block.
 // Linear probing from the word-sum home slot decides where each key lives,
 // and similar keys crowd that probe into long runs; the index finds a key's
 // slot, or its absence, in O(1) whatever the runs look like:
-//  - `entry`: open addressing over `mix`, one 32-bit entry per live slot,
-//    the slot number + 1 in the low bits and, in the high bits, how far the
-//    entry sits from its own home entry, which tells entries of other homes
-//    apart without touching their keys; 0 is a free entry. Deletion shifts
-//    entries back, so churn leaves no debris behind.
+//  - `entry`: open addressing over `mix` in Robin Hood order (an entry
+//    never sits further from its home than the entry it passed), one 32-bit
+//    entry per live slot, 0 for a free one. From the low bits up an entry
+//    holds the slot number + 1, how far it sits from its home entry (at
+//    most kMaxDistance), and as many bits of the key's `mix` as are left
+//    (its tag). A lookup reads the entries from its home on and compares
+//    the key only where distance and tag both match, and stops at the first
+//    entry closer to its own home than the lookup has come: a miss, and
+//    nearly every entry of another key, is settled without touching a key.
+//    Deletion shifts the entries after it back, so churn leaves no debris.
 //  - `live`: one bit per slot that holds a key, and `full`: one bit per
 //    `live` word with every bit set, to find the next keyless slot (the one
 //    a new key takes) in a few word reads.
 // All of it is zero in a new or emptied block. It stays exact as long as
 // every key sits where the probe walk puts it; a caller that writes a pair
 // into some other slot through the exported internals, or an entry that
-// lands too far from its home for the bits left (keys built to collide in
-// `mix`), switches the block to the plain walk (`fWalk`) until the block is
-// rebuilt or emptied.
+// would land further than kMaxDistance from its home (a table filled far
+// past its growth point, or keys built to collide in `mix`), switches the
+// block to the plain walk (`fWalk`) until the block is rebuilt or emptied.
 struct SlotIndex {
     std::uint64_t *pFlags;
     std::uint64_t *live;
@@ -56,9 +53,14 @@ struct SlotIndex {
     int nWord;
     int nSummary;
     int slotBits;
+    int distanceBits;
+    int tagBits;
     std::uint32_t mask;
 
     static constexpr std::uint64_t fWalk = 1;
+    // Robin Hood keeps entries close to home: at the index's load (below
+    // 0.75) the furthest of millions of entries sits some 25 away.
+    static constexpr int kDistanceBits = 6;
 
     static int Words(int nSlot) noexcept { return (nSlot + 63) / 64; }
     static int Summaries(int nSlot) noexcept { return (Words(nSlot) + 63) / 64; }
@@ -73,6 +75,7 @@ struct SlotIndex {
     SlotIndex(void *pAux, int nSlotIn) noexcept
         : pFlags(static_cast<std::uint64_t *>(pAux)), live(pFlags + 1), full(nullptr), entry(nullptr), nSlot(nSlotIn),
           nWord(Words(nSlotIn)), nSummary(Summaries(nSlotIn)), slotBits(SlotBits(nSlotIn)),
+          distanceBits(std::min(32 - slotBits, kDistanceBits)), tagBits(32 - slotBits - distanceBits),
           mask(static_cast<std::uint32_t>(Entries(nSlotIn) - 1))
     {
         full = live + nWord;
@@ -82,17 +85,24 @@ struct SlotIndex {
     bool Exact() const noexcept { return (*pFlags & fWalk) == 0; }
     void UseWalk() noexcept { *pFlags |= fWalk; }
 
+    std::uint32_t MaxDistance() const noexcept { return (std::uint32_t{1} << distanceBits) - 1; }
     std::uint32_t Home(const KeyHash &kh) const noexcept { return static_cast<std::uint32_t>(kh.mix) & mask; }
+    // The bits above the slot number of kh's entry at its home: the tag
+    // (the top bits of mix, which Home does not use) over distance 0.
+    std::uint32_t HomeHigh(const KeyHash &kh) const noexcept
+    {
+        return tagBits == 0 ? 0 : static_cast<std::uint32_t>(kh.mix >> (64 - tagBits)) << distanceBits;
+    }
     int SlotOf(std::uint32_t e) const noexcept
     {
         return static_cast<int>(e & ((std::uint32_t{1} << slotBits) - 1)) - 1;
     }
-    // How far entry e at pos sits from its home entry.
-    std::uint32_t Distance(std::uint32_t e) const noexcept { return e >> slotBits; }
-    std::uint32_t Gap(std::uint32_t from, std::uint32_t to) const noexcept { return (to - from) & mask; }
-    std::uint32_t Entry(int slot, std::uint32_t distance) const noexcept
+    std::uint32_t High(std::uint32_t e) const noexcept { return e >> slotBits; }
+    // How far entry e sits from its home entry.
+    std::uint32_t Distance(std::uint32_t e) const noexcept { return High(e) & MaxDistance(); }
+    std::uint32_t Entry(int slot, std::uint32_t high) const noexcept
     {
-        return (distance << slotBits) | static_cast<std::uint32_t>(slot + 1);
+        return (high << slotBits) | static_cast<std::uint32_t>(slot + 1);
     }
 
     void SetLive(int i) noexcept
@@ -146,48 +156,71 @@ struct SlotIndex {
         return i < to ? i : -1;
     }
 
+    // The slot of the first entry of kh's home and tag for which same(slot)
+    // holds, or -1. An entry at gap g from the lookup's home belongs to the
+    // same home exactly when its distance is g; once an entry's distance is
+    // below the gap, Robin Hood order says that no entry of this home
+    // follows.
+    template <typename Same>
+    int Find(const KeyHash &kh, Same same) const noexcept
+    {
+        const std::uint32_t want = HomeHigh(kh);
+        std::uint32_t pos = Home(kh);
+        for (std::uint32_t gap = 0;; ++gap, pos = (pos + 1) & mask) {
+            const std::uint32_t e = entry[pos];
+            if (e == 0 || Distance(e) < gap) {
+                return -1;
+            }
+            if (High(e) == want + gap && same(SlotOf(e))) {
+                return SlotOf(e);
+            }
+        }
+    }
+
+    // Adds slot's entry, passing every entry that sits closer to its home
+    // than the new one has come and carrying that entry on instead.
     void Insert(const KeyHash &kh, int slot) noexcept
     {
-        const std::uint32_t home = Home(kh);
-        std::uint32_t pos = home;
-        while (entry[pos] != 0) {
-            pos = (pos + 1) & mask;
+        std::uint32_t pos = Home(kh);
+        std::uint32_t carry = Entry(slot, HomeHigh(kh));
+        const std::uint32_t step = std::uint32_t{1} << slotBits;
+        for (std::uint32_t distance = 0;; pos = (pos + 1) & mask) {
+            const std::uint32_t e = entry[pos];
+            if (e == 0) {
+                entry[pos] = carry;
+                return;
+            }
+            if (Distance(e) < distance) {
+                entry[pos] = carry;
+                carry = e;
+                distance = Distance(e);
+            }
+            if (++distance > MaxDistance()) {
+                UseWalk();
+                return;
+            }
+            carry += step;
         }
-        const std::uint32_t distance = Gap(home, pos);
-        if (distance >> (32 - slotBits) != 0) {
-            UseWalk();
-            return;
-        }
-        entry[pos] = Entry(slot, distance);
     }
 
     // True when a lookup of a key that hashes to kh finds slot's entry.
     bool Finds(const KeyHash &kh, int slot) const noexcept
     {
-        const std::uint32_t home = Home(kh);
-        for (std::uint32_t pos = home; entry[pos] != 0; pos = (pos + 1) & mask) {
-            if (SlotOf(entry[pos]) == slot) {
-                return Distance(entry[pos]) == Gap(home, pos);
-            }
-        }
-        return false;
+        return Find(kh, [slot](int s) { return s == slot; }) == slot;
     }
 
-    // Removes slot's entry and shifts later entries of its run back into
-    // the hole, each as far as its home allows.
+    // Removes slot's entry and shifts the entries after it back by one,
+    // up to the first that sits at its home.
     void Erase(const KeyHash &kh, int slot) noexcept
     {
         std::uint32_t hole = Home(kh);
         while (SlotOf(entry[hole]) != slot) {
             hole = (hole + 1) & mask;
         }
-        for (std::uint32_t j = (hole + 1) & mask; entry[j] != 0; j = (j + 1) & mask) {
-            const std::uint32_t distance = Distance(entry[j]);
-            const std::uint32_t shift = Gap(hole, j);
-            if (distance >= shift) { // its home is not after the hole
-                entry[hole] = Entry(SlotOf(entry[j]), distance - shift);
-                hole = j;
-            }
+        const std::uint32_t step = std::uint32_t{1} << slotBits;
+        for (std::uint32_t j = (hole + 1) & mask; entry[j] != 0 && Distance(entry[j]) != 0; j = (j + 1) & mask) {
+            entry[hole] = entry[j] - step;
+            hole = j;
         }
         entry[hole] = 0;
     }
@@ -203,7 +236,7 @@ std::size_t IndexOffset(int nSlot, int cbSpace) noexcept
 }
 
 template <typename Block>
-SlotIndex IndexOf(const Block *p) noexcept
+[[gnu::always_inline]] inline SlotIndex IndexOf(const Block *p) noexcept
 {
     // The index is derived state: const lookups read it, writers keep it.
     auto *pb = reinterpret_cast<unsigned char *>(const_cast<Block *>(p));

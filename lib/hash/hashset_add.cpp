@@ -54,7 +54,7 @@ SzHashSet *Rebuild(const SzHashSet *pSet, int cbItem) noexcept
     SzHashSet *pNew = VELKCSzHashSetAllocator(static_cast<int>(nSlot), static_cast<int>(cbSpace));
     if (pNew != nullptr) {
         Rehash(pSet, pNew, [](SzHashSet *pDst, const SzHashSetSlot &slot, int idx, const KeyHash &kh) {
-            PutItem(pDst, slot.pszKey, kh, StoredSize(slot.pszKey), idx);
+            PutItem(pDst, slot.pszKey, kh, StoredSize(kh.cb), idx);
         });
     }
     return pNew;
@@ -68,7 +68,8 @@ extern "C" int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem) noexcept
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    const int cbItem = StoredSize(szItem);
+    const KeyHash kh = HashKey(szItem);
+    const int cbItem = StoredSize(kh.cb);
     if (cbItem < 0) {
         VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
         return -1;
@@ -84,7 +85,6 @@ extern "C" int VELKCSzHashSetAdd(SzHashSet **ppSet, const char *szItem) noexcept
         pOld.reset(pSet);
         pSet = *ppSet = pNew;
     }
-    const KeyHash kh = HashKey(szItem);
     const int idx = SlotForWrite(pSet, szItem, kh);
     if (idx < 0) {
         return -1;
