@@ -51,16 +51,17 @@ bool NamesDirectory(std::string_view name) noexcept { return name.empty() || nam
 // openat2, and the walk decides.
 UniqueFd OpenLinkFreeDirectory(std::string_view path) noexcept
 {
-    char copy[PATH_MAX];
+    char copy[PATH_MAX] = ".";
     if (path.size() >= sizeof copy) {
         return UniqueFd();
     }
-    std::memcpy(copy, path.data(), path.size());
-    copy[path.size()] = '\0';
+    if (!path.empty()) {
+        copy[path.copy(copy, path.size())] = '\0';
+    }
     open_how how{};
     how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
     how.resolve = RESOLVE_NO_SYMLINKS;
-    return UniqueFd(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.empty() ? "." : copy, &how, sizeof how)));
+    return UniqueFd(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, copy, &how, sizeof how)));
 }
 
 class Walk {
