@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -90,6 +91,50 @@ private:
     return Guard([signal, saved] { sigaction(signal, &saved, nullptr); });
 }
 
+// The lock files that writers killed or failed in the middle of a call
+// left for the directories of tree, in the calling user's lock directory
+// (named "<device>.<inode>.<name hash>" after the target's directory).
+inline void RemoveWriterLocks(const fs::path &tree)
+{
+    std::set<std::string> prefixes;
+    const auto add = [&prefixes](const fs::path &dir) {
+        struct stat st;
+        if (lstat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+            char prefix[64];
+            std::snprintf(prefix, sizeof prefix, "%llx.%llx.", static_cast<unsigned long long>(st.st_dev),
+                          static_cast<unsigned long long>(st.st_ino));
+            prefixes.insert(prefix);
+        }
+    };
+    std::error_code ec;
+    add(tree);
+    for (auto it = fs::recursive_directory_iterator(tree, ec); !ec && it != fs::recursive_directory_iterator();
+         it.increment(ec)) {
+        add(it->path());
+    }
+    const std::string user = std::to_string(geteuid());
+    const fs::path lockDirs[] = {geteuid() == 0 ? "/run/velkc" : "/run/user/" + user + "/velkc", "/tmp/velkc-" + user};
+    for (const fs::path &lockDir : lockDirs) {
+        for (auto it = fs::directory_iterator(lockDir, ec); !ec && it != fs::directory_iterator(); it.increment(ec)) {
+            const std::string name = it->path().filename().string();
+            const std::size_t second = name.find('.', name.find('.') + 1);
+            if (second != std::string::npos && prefixes.contains(name.substr(0, second + 1))) {
+                std::error_code ignored;
+                fs::remove(it->path(), ignored);
+            }
+        }
+        ec.clear();
+    }
+}
+
+// Removes tree with everything in it and the writers' lock files it left.
+inline void RemoveTree(const fs::path &tree)
+{
+    RemoveWriterLocks(tree);
+    std::error_code ignored;
+    fs::remove_all(tree, ignored);
+}
+
 // A fresh directory, removed with everything in it.
 class TempDir : NoCopy {
 public:
@@ -101,11 +146,7 @@ public:
         }
         path_ = name;
     }
-    ~TempDir()
-    {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
+    ~TempDir() { RemoveTree(path_); }
 
     const fs::path &path() const { return path_; }
     fs::path operator/(const fs::path &name) const { return path_ / name; }

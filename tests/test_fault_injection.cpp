@@ -193,7 +193,7 @@ Case RunCase(const Subject &subject, const Mode &mode, long k, const fs::path &b
         result.content = ReadFile(target);
         result.attributeKept = subject.layout != Layout::kAttribute || HasAttribute(target);
     }
-    fs::remove_all(dir);
+    RemoveTree(dir);
     return result;
 }
 

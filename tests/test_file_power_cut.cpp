@@ -544,7 +544,7 @@ std::size_t PowerCutsOf(const Subject &subject, const fs::path &base, bool xattr
     const std::string newAnswer = ReaderAnswer(target);
     const Tree after = TreeOf(Recording(dir).now);
     const Outcome second = Call(subject, target);
-    fs::remove_all(dir);
+    RemoveTree(dir);
     if (first.result < 0) {
         rec.problems.push_back("recording: the call fails without a power cut: " + Reported(first));
     }

@@ -419,10 +419,7 @@ private:
     {
         targetDir_ = OnDir(a.kind) ? layout_ / "sub" : layout_;
         target_ = targetDir_ / kName;
-        const Guard removeLayout([this] {
-            std::error_code ignored;
-            fs::remove_all(layout_, ignored);
-        });
+        const Guard removeLayout([this] { RemoveTree(layout_); });
         std::vector<const Writer *> writers;
         for (const Writer &writer : AllWriters()) {
             writers.push_back(&writer);
@@ -646,8 +643,7 @@ private:
     void Reset(const Layout &l, Kind kind, bool vaultTarget)
     {
         RestoreVault(vaultTarget);
-        std::error_code ignored;
-        fs::remove_all(layout_, ignored);
+        RemoveTree(layout_);
         fs::create_directory(layout_);
         Own(layout_, l.userDir, l.dirMode);
         if (targetDir_ != layout_) {
