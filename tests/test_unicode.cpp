@@ -1,5 +1,7 @@
 // Unicode helpers on non-ASCII text, checked exhaustively against ICU
 // where the input space allows it.
+#include "unicode/unicode_utf8_check.hpp"
+
 #include <velkc.h>
 #include <velkc/unicode_icu.h>
 
@@ -7,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -191,10 +194,74 @@ TEST(Unicode, CaseCmpOfRandomTextMatchesTheCollator)
     }
 }
 
+bool ConverterTakes(const std::string &text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(nullptr, 0, nullptr, text.c_str(), -1, &status);
+    return status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
+}
+
+using velkc::unicode::Utf8Checker;
+
+std::vector<Utf8Checker> CheckersThatRun()
+{
+    std::vector<Utf8Checker> checkers;
+    for (const Utf8Checker checker : {Utf8Checker::kScalar, Utf8Checker::kSsse3, Utf8Checker::kAvx2}) {
+        if (velkc::unicode::Utf8CheckerRuns(checker)) {
+            checkers.push_back(checker);
+        }
+    }
+    return checkers;
+}
+
+// Checks the text with every implementation that runs here, placed at
+// offset bytes past a 64-byte boundary (so that the texts meet the vector
+// blocks at every phase), between bytes that would be errors if the vector
+// checks let through the ones before the text or past its terminator.
+void ExpectCheckersAgree(const std::string &text, bool valid, std::size_t offset)
+{
+    static const std::vector<Utf8Checker> checkers = CheckersThatRun();
+    std::vector<char> buf(text.size() + 192, '\xe0');
+    char *p = buf.data() + (64 - reinterpret_cast<std::uintptr_t>(buf.data()) % 64) + offset % 64;
+    std::copy(text.begin(), text.end() + 1, p);
+    std::fill(p + text.size() + 1, buf.data() + buf.size(), '\x80');
+    for (const Utf8Checker checker : checkers) {
+        const auto check = velkc::unicode::CheckUtf8With(checker, p);
+        if (check.valid != valid || (valid && check.cb != text.size())) {
+            ADD_FAILURE() << "checker " << int(checker) << " at " << offset % 64 << ": "
+                          << ::testing::PrintToString(text) << " valid=" << valid << " cb=" << check.cb;
+        }
+    }
+}
+
+// Texts alike up to a point, then different: the shared part ends in
+// characters a contraction goes on from (with ASCII or not), in characters
+// that are not ASCII, or in ASCII, and the rests start with characters that
+// contract with them, combine with them, or stand alone. The answer must not
+// depend on where the comparison picks the texts up.
+TEST(Unicode, CaseCmpOfTextsAlikeUpToAPointMatchesTheCollator)
+{
+    const std::vector<std::string> shared{"",  "x", "é", "\uFDD1", "\uFDD1x", "L",
+                                          "l", "ß", "ΐ", "中",     "\u00ad",  "\x01"};
+    const std::vector<std::string> rests{"",       "4",      "L",  "l",        "M",  "A", "a",     "·",
+                                         "\u0387", "\u0301", "L·", "l\u0387x", "4b", "é", "\x01a", "\uFDD1L"};
+    for (const std::string &head : shared) {
+        for (const std::string &restA : rests) {
+            for (const std::string &restB : rests) {
+                const std::string a = head + restA;
+                const std::string b = head + restB;
+                ASSERT_EQ(VELKCUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str()), ReferenceCaseCmp(a, b))
+                    << ::testing::PrintToString(a) << " / " << ::testing::PrintToString(b);
+            }
+        }
+    }
+}
+
 // Every byte as a lead, followed by up to three bytes from each class the
 // well-formedness rules tell apart, at places that cross the check's block
 // boundaries and at the end of the text: the comparison fails exactly when
-// the converter rejects the text.
+// the converter rejects the text, and every implementation of the check
+// judges as the converter does.
 TEST(Unicode, CaseCmpJudgesTextAsTheConverterDoes)
 {
     const unsigned char follows[] = {0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
@@ -219,16 +286,41 @@ TEST(Unicode, CaseCmpJudgesTextAsTheConverterDoes)
     for (const auto &[before, after] : places) {
         for (const std::string &seq : sequences) {
             const std::string text = std::string(before, 'a') + seq + std::string(after, 'b');
-            UErrorCode status = U_ZERO_ERROR;
-            u_strFromUTF8(nullptr, 0, nullptr, text.c_str(), -1, &status);
-            const bool valid = status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
+            const bool valid = ConverterTakes(text);
             if (VELKCUnicodeUTF8StrCaseCmp(text.c_str(), text.c_str()) != (valid ? 0 : -2)) {
                 ADD_FAILURE() << "at " << before << ": " << ::testing::PrintToString(seq) << " valid=" << valid;
             }
+            ExpectCheckersAgree(text, valid, checked);
             ++checked;
         }
     }
     EXPECT_GT(checked, std::size_t{500000});
+}
+
+// Random texts from the pools of the comparison test, some with long runs
+// of ASCII, most with a byte or two changed: every implementation of the check judges
+// them as the converter does, wherever the text and the damage lie.
+TEST(Unicode, Utf8CheckersJudgeRandomTextAsTheConverterDoes)
+{
+    const std::vector<std::string> pool{"a", "é", "ß", "ΐ", "\u0301", "\u00ad", "한", "中", "😀", "ffi", "-", "\x7f"};
+    std::mt19937 rng(11);
+    std::size_t invalid = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text;
+        for (std::size_t n = round % 10 == 0 ? 200 : rng() % 40; n > 0; --n) {
+            text += pool[rng() % pool.size()];
+        }
+        if (round % 10 == 1) {
+            text.insert(rng() % (text.size() + 1), std::string(100 + rng() % 500, 'k'));
+        }
+        for (int damage = int(rng() % 3); damage > 0 && !text.empty(); --damage) {
+            text[rng() % text.size()] = char(1 + rng() % 255);
+        }
+        const bool valid = ConverterTakes(text);
+        invalid += valid ? 0 : 1;
+        ExpectCheckersAgree(text, valid, rng());
+    }
+    EXPECT_GT(invalid, std::size_t{5000});
 }
 
 // Malformed UTF-8 fails the comparison even past the first difference.

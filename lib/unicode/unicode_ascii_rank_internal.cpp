@@ -1,14 +1,26 @@
-// The caseless order of all-ASCII strings through a rank table built once
-// from the collator.
+// The caseless order of ASCII text through a rank table built once from the
+// collator.
 //
 // When every ASCII character maps to exactly one collation element, with a
 // primary weight of its own or with no weight at any level (the control
-// characters), the collator orders upper-cased ASCII strings by comparing
+// characters), two all-ASCII upper-cased strings compare as the collator does
 // the sequences of primary weights with the ignorable characters dropped:
 // the first differing primary decides, and equal sequences mean the strings
 // differ only in ignorables and case, which no level sees. The table holds
-// those primaries as ranks. The build checks each premise against the
-// collator and leaves the table unusable if one fails.
+// those primaries as ranks.
+//
+// The same holds from an ASCII character on in other text when the collator
+// weighs that character apart from the text before it: the elements of the
+// text are then those of the part before followed by those of the rest, and
+// the part two texts share weighs the same in both. It does so unless the
+// character before it is one of the few that a contraction continues with
+// ASCII (the preceders); no other contraction may hold an ASCII character
+// but as its first, and none may need the text before an ASCII character to
+// weigh it. An ASCII character followed by ASCII or by the end then weighs
+// alone, unless it leads a contraction and a longer sequence follows it.
+//
+// The build checks each premise against the collator and leaves the table
+// unusable if one fails.
 #include "unicode_internal.hpp"
 
 #include <algorithm>
@@ -16,13 +28,29 @@
 #include <atomic>
 #include <memory>
 #include <string_view>
+#include <unicode/uchar.h>
 #include <unicode/uset.h>
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
 
 namespace {
 
-// Rank of each byte's upper-cased form; 0 for a fully ignorable character.
-using Ranks = std::array<unsigned char, 128>;
+// Rank of each byte's upper-cased form, 0 for a fully ignorable character;
+// whether that form leads a contraction; and the characters after which a
+// contraction goes on with ASCII, which no other character's upper-case form
+// holds.
+struct Ranks {
+    std::array<unsigned char, 128> rank{};
+    std::array<bool, 128> leadsContraction{};
+    std::array<UChar32, 4> preceders{};
+    std::size_t cPreceders = 0;
+
+    bool IsPreceder(UChar32 c) const noexcept
+    {
+        return std::find(preceders.begin(), preceders.begin() + cPreceders, c) != preceders.begin() + cPreceders;
+    }
+};
 
 enum class State { kUnbuilt, kBuilding, kReady, kUnusable };
 
@@ -38,21 +66,18 @@ struct USetCloser {
 };
 using UniqueUSet = std::unique_ptr<USet, USetCloser>;
 
-// True if the collator contracts a run of ASCII characters or expands an
-// ASCII character into several elements. Caller holds the ICU lock.
-bool HasAsciiContext(const UCollator *pColl)
+// Records the ASCII characters that lead a contraction (or a prefix
+// context) of the collator, and the characters that one continues with
+// ASCII. False if a contraction holds ASCII after ASCII but at its start,
+// if there are too many of the latter, or if one cannot be read. Caller
+// holds the ICU lock.
+bool ReadContractions(const UCollator *pColl, Ranks *pRanks)
 {
     const UniqueUSet contractions(uset_openEmpty());
-    const UniqueUSet expansions(uset_openEmpty());
     UErrorCode status = U_ZERO_ERROR;
-    ucol_getContractionsAndExpansions(pColl, contractions.get(), expansions.get(), true, &status);
+    ucol_getContractionsAndExpansions(pColl, contractions.get(), nullptr, true, &status);
     if (U_FAILURE(status)) {
-        return true;
-    }
-    for (UChar32 c = 1; c < 0x80; ++c) {
-        if (uset_contains(expansions.get(), c)) {
-            return true;
-        }
+        return false;
     }
     const int32_t n = uset_getItemCount(contractions.get());
     for (int32_t i = 0; i < n; ++i) {
@@ -62,10 +87,84 @@ bool HasAsciiContext(const UCollator *pColl)
         status = U_ZERO_ERROR;
         const int32_t cch =
             uset_getItem(contractions.get(), i, &first, &last, text.data(), static_cast<int32_t>(text.size()), &status);
-        if (cch > static_cast<int32_t>(text.size())) {
+        if (cch > static_cast<int32_t>(text.size()) || U_FAILURE(status)) {
+            return false;
+        }
+        UChar32 before = U_SENTINEL;
+        for (int32_t k = 0; k < cch;) {
+            UChar32 c = 0;
+            U16_NEXT(text.data(), k, cch, c);
+            if (c < 0x80 && before == U_SENTINEL) {
+                pRanks->leadsContraction[c] = true;
+            } else if (c < 0x80 && before < 0x80) {
+                return false;
+            } else if (c < 0x80 && !pRanks->IsPreceder(before)) {
+                if (pRanks->cPreceders == pRanks->preceders.size()) {
+                    return false;
+                }
+                pRanks->preceders[pRanks->cPreceders++] = before;
+            }
+            before = c;
+        }
+    }
+    return true;
+}
+
+// True if a preceder changes when upper-cased, or is part of another
+// character's upper-case form: the text before an ASCII character would
+// then not show whether the collator sees one there. Caller holds the ICU
+// lock.
+bool PrecedersHideInCase(const Ranks &ranks)
+{
+    const UniqueUSet changing(uset_openEmpty());
+    UErrorCode status = U_ZERO_ERROR;
+    uset_applyIntPropertyValue(changing.get(), UCHAR_CHANGES_WHEN_UPPERCASED, 1, &status);
+    if (U_FAILURE(status)) {
+        return true;
+    }
+    const int32_t cRanges = uset_getItemCount(changing.get());
+    for (int32_t i = 0; i < cRanges; ++i) {
+        UChar32 first = 0;
+        UChar32 last = 0;
+        if (uset_getItem(changing.get(), i, &first, &last, nullptr, 0, &status) != 0 || U_FAILURE(status)) {
             return true;
         }
-        if (cch > 0 && std::all_of(text.begin(), text.begin() + cch, [](UChar u) { return u < 0x80; })) {
+        for (UChar32 c = first; c <= last; ++c) {
+            std::array<UChar, 2> units{};
+            int32_t cchUnits = 0;
+            U16_APPEND_UNSAFE(units.data(), cchUnits, c);
+            std::array<UChar, 8> upper{};
+            const int32_t cch =
+                u_strToUpper(upper.data(), static_cast<int32_t>(upper.size()), units.data(), cchUnits, "", &status);
+            if (U_FAILURE(status) || cch > static_cast<int32_t>(upper.size()) || ranks.IsPreceder(c)) {
+                return true;
+            }
+            for (int32_t k = 0; k < cch;) {
+                UChar32 u = 0;
+                U16_NEXT(upper.data(), k, cch, u);
+                if (ranks.IsPreceder(u)) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
+// True if the collator expands an ASCII character into several elements,
+// or needs the text before one to weigh it. Caller holds the ICU lock.
+bool HasAsciiContext(const UCollator *pColl)
+{
+    const UniqueUSet expansions(uset_openEmpty());
+    const UniqueUSet unsafe(uset_openEmpty());
+    UErrorCode status = U_ZERO_ERROR;
+    ucol_getContractionsAndExpansions(pColl, nullptr, expansions.get(), true, &status);
+    ucol_getUnsafeSet(pColl, unsafe.get(), &status);
+    if (U_FAILURE(status)) {
+        return true;
+    }
+    for (UChar32 c = 1; c < 0x80; ++c) {
+        if (uset_contains(expansions.get(), c) || uset_contains(unsafe.get(), c)) {
             return true;
         }
     }
@@ -96,8 +195,10 @@ bool BuildRanks(const UCollator *pColl, Ranks *pRanks)
 {
     UErrorCode status = U_ZERO_ERROR;
     SortKey empty;
+    Ranks read;
     if (ucol_getAttribute(pColl, UCOL_NUMERIC_COLLATION, &status) != UCOL_OFF || U_FAILURE(status) ||
-        HasAsciiContext(pColl) || !GetSortKey(pColl, nullptr, 0, &empty)) {
+        HasAsciiContext(pColl) || !ReadContractions(pColl, &read) || PrecedersHideInCase(read) ||
+        !GetSortKey(pColl, nullptr, 0, &empty)) {
         return false;
     }
     std::array<SortKey, 128> keys;
@@ -130,15 +231,17 @@ bool BuildRanks(const UCollator *pColl, Ranks *pRanks)
     }
     const auto primary = [&keys](UChar c) { return keys[c].Primary(); };
     std::sort(order.begin(), order.begin() + n, [&](UChar x, UChar y) { return primary(x) < primary(y); });
-    Ranks ranks{};
+    std::array<unsigned char, 128> ranks{};
     for (int i = 0; i < n; ++i) {
         if (i > 0 && primary(order[i]) == primary(order[i - 1])) {
             return false;
         }
         ranks[order[i]] = static_cast<unsigned char>(i + 1);
     }
+    *pRanks = read;
     for (UChar c = 1; c < 0x80; ++c) {
-        (*pRanks)[c] = ranks[uppers[c]];
+        pRanks->rank[c] = ranks[uppers[c]];
+        pRanks->leadsContraction[c] = read.leadsContraction[uppers[c]];
     }
     return true;
 }
@@ -149,7 +252,7 @@ const Ranks *RanksFor(const UCollator *pColl) noexcept
 {
     State state = gState.load(std::memory_order_acquire);
     if (state == State::kUnbuilt && gState.compare_exchange_strong(state, State::kBuilding)) {
-        Ranks ranks{};
+        Ranks ranks;
         const bool ok = velkc::unicode::WithIcu([&] { return BuildRanks(pColl, &ranks); });
         gRanks = ranks;
         gRanksColl = pColl;
@@ -159,33 +262,71 @@ const Ranks *RanksFor(const UCollator *pColl) noexcept
     return state == State::kReady && gRanksColl == pColl ? &gRanks : nullptr;
 }
 
+// Whether the character at p[i], or the end, is ASCII.
+bool AsciiAt(const unsigned char *p, std::size_t i) noexcept { return p[i] < 0x80; }
+
+// Whether the collator weighs the text from p[i] on apart from the text
+// before it, given that p[i] is ASCII or the end.
+bool WeighsApart(const Ranks &ranks, const unsigned char *p, std::size_t i) noexcept
+{
+    if (i == 0 || p[i - 1] < 0x80) {
+        return true;
+    }
+    // Texts are shorter than 2^30 bytes.
+    auto at = static_cast<int32_t>(i);
+    UChar32 c = 0;
+    U8_PREV(p, 0, at, c);
+    return !ranks.IsPreceder(c);
+}
+
 } // namespace
 
 namespace velkc::unicode {
 
-int CompareAsciiUpper(const UCollator *pColl, std::string_view a, std::string_view b) noexcept
+std::size_t SplitBefore(const UCollator *pColl, const char *pszA, const char *pszB, std::size_t i) noexcept
+{
+    const Ranks *pRanks = RanksFor(pColl);
+    if (pRanks == nullptr) {
+        return 0;
+    }
+    const auto *a = reinterpret_cast<const unsigned char *>(pszA);
+    const auto *b = reinterpret_cast<const unsigned char *>(pszB);
+    // Both texts are well-formed and agree before i, so a character of
+    // either that starts before i starts there in both.
+    while (i > 0 && !(AsciiAt(a, i) && AsciiAt(b, i) && WeighsApart(*pRanks, a, i))) {
+        --i;
+    }
+    return i;
+}
+
+int CompareAsciiUpperFrom(const UCollator *pColl, const char *pszA, const char *pszB, std::size_t i) noexcept
 {
     const Ranks *pRanks = RanksFor(pColl);
     if (pRanks == nullptr) {
         return kNoDecision;
     }
-    const Ranks &rank = *pRanks;
-    // Equal bytes rank equally: start at the first difference.
-    const auto [pa, pb] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
-    std::size_t ia = static_cast<std::size_t>(pa - a.begin());
-    std::size_t ib = static_cast<std::size_t>(pb - b.begin());
-    const auto rankAt = [&rank](std::string_view s, std::size_t i) { return rank[static_cast<unsigned char>(s[i])]; };
-    for (;; ++ia, ++ib) {
-        while (ia < a.size() && rankAt(a, ia) == 0) {
-            ++ia;
+    const Ranks &ranks = *pRanks;
+    const auto *a = reinterpret_cast<const unsigned char *>(pszA);
+    const auto *b = reinterpret_cast<const unsigned char *>(pszB);
+    // The next character that weighs, from p[j] on: a byte of 1..127 of
+    // nonzero rank, the terminator, or the lead of a longer sequence. A
+    // contraction lead before a longer sequence may contract with it.
+    const auto next = [&ranks](const unsigned char *p, std::size_t &j) {
+        while (p[j] != 0 && p[j] < 0x80 && ranks.rank[p[j]] == 0) {
+            ++j;
         }
-        while (ib < b.size() && rankAt(b, ib) == 0) {
-            ++ib;
+        return p[j] < 0x80 && ranks.leadsContraction[p[j]] && p[j + 1] >= 0x80 ? 0x80 : p[j];
+    };
+    for (std::size_t ia = i, ib = i;; ++ia, ++ib) {
+        const unsigned ca = next(a, ia);
+        const unsigned cb = next(b, ib);
+        if (ca >= 0x80 || cb >= 0x80) {
+            return kNoDecision;
         }
-        if (ia == a.size() || ib == b.size()) {
-            return static_cast<int>(ia < a.size()) - static_cast<int>(ib < b.size());
+        if (ca == 0 || cb == 0) {
+            return static_cast<int>(ca != 0) - static_cast<int>(cb != 0);
         }
-        if (const int d = rankAt(a, ia) - rankAt(b, ib); d != 0) {
+        if (const int d = ranks.rank[ca] - ranks.rank[cb]; d != 0) {
             return d < 0 ? -1 : 1;
         }
     }

@@ -32,22 +32,20 @@ auto WithIcu(Call call) noexcept
     return call();
 }
 
-// What one pass over a NUL-terminated string learns: whether it is
-// well-formed UTF-8 (as u_strFromUTF8 judges), and if so its length and
-// whether it is all ASCII.
-struct Utf8Scan {
-    std::size_t cb = 0;
-    bool ascii = true;
-    bool valid = true;
-};
+// For two well-formed NUL-terminated UTF-8 strings whose first i bytes
+// agree: the last place at or before i from which the collator weighs each
+// text apart from the part before it, so that the order of the rests is the
+// order of the texts. 0 when the rank table cannot stand in for pColl.
+std::size_t SplitBefore(const UCollator *pColl, const char *pszA, const char *pszB, std::size_t i) noexcept;
 
-Utf8Scan ScanUtf8(const char *psz) noexcept;
-
-// Compares two all-ASCII strings as the collator orders their upper-cased
-// forms, through a rank table built once from pColl. Returns -1, 0 or 1, or
-// kNoDecision when the table cannot stand in for that collator.
+// Orders two well-formed NUL-terminated UTF-8 strings, equal before a place
+// i that SplitBefore gave, as the collator orders their upper-cased forms,
+// through a rank table built once from pColl, as long as the text from i on
+// is ASCII. Returns -1, 0 or 1; or kNoDecision when a character that is not
+// ASCII comes before the answer, or when the table cannot stand in for the
+// collator.
 inline constexpr int kNoDecision = 2;
-int CompareAsciiUpper(const UCollator *pColl, std::string_view a, std::string_view b) noexcept;
+int CompareAsciiUpperFrom(const UCollator *pColl, const char *pszA, const char *pszB, std::size_t i) noexcept;
 
 // Compares two well-formed UTF-8 strings as the collator orders their
 // upper-cased UTF-16 forms, converting and upper-casing only as far as the
