@@ -1,6 +1,7 @@
 // Unicode helpers on non-ASCII text, checked exhaustively against ICU
 // where the input space allows it.
 #include "unicode/unicode_utf8_check.hpp"
+#include "unicode_reference.hpp"
 
 #include <velkc.h>
 #include <velkc/unicode_icu.h>
@@ -18,6 +19,10 @@
 #include <vector>
 
 namespace {
+
+using test::ConverterTakes;
+using test::ReferenceCaseCmp;
+using test::UpperUtf16;
 
 std::string Upper(const char *src)
 {
@@ -98,33 +103,6 @@ TEST(Unicode, CaseCmpFailsWithMinusTwo)
     EXPECT_EQ(VELKCErrGet(), unsigned{ERR_UNICODE_FAILED});
 }
 
-// The comparison computed the long way, straight from ICU: -2 for text
-// that does not convert.
-std::vector<UChar> UpperUtf16(const std::string &s, bool *pOk)
-{
-    std::vector<UChar> utf16(2 * s.size() + 1);
-    std::vector<UChar> upper(3 * utf16.size() + 1);
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t n = 0;
-    u_strFromUTF8(utf16.data(), int32_t(utf16.size()), &n, s.c_str(), -1, &status);
-    n = u_strToUpper(upper.data(), int32_t(upper.size()), utf16.data(), n, "", &status);
-    *pOk = U_SUCCESS(status);
-    upper.resize(std::size_t(std::max(n, 0)));
-    return upper;
-}
-
-int ReferenceCaseCmp(const std::string &a, const std::string &b)
-{
-    bool okA = false, okB = false;
-    const auto upperA = UpperUtf16(a, &okA);
-    const auto upperB = UpperUtf16(b, &okB);
-    if (!okA || !okB) {
-        return -2;
-    }
-    return ucol_strcoll(VELKCUnicodeIOpenCollator(), upperA.data(), int32_t(upperA.size()), upperB.data(),
-                        int32_t(upperB.size()));
-}
-
 // Every pair of strings of up to two ASCII characters (controls included):
 // the order of their ICU sort keys and the library's answer agree.
 TEST(Unicode, CaseCmpOfShortAsciiMatchesTheCollatorExhaustively)
@@ -192,13 +170,6 @@ TEST(Unicode, CaseCmpOfRandomTextMatchesTheCollator)
             ASSERT_EQ(VELKCUnicodeUTF8StrCaseCmp(a.c_str(), b.c_str()), ReferenceCaseCmp(a, b)) << a << " / " << b;
         }
     }
-}
-
-bool ConverterTakes(const std::string &text)
-{
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8(nullptr, 0, nullptr, text.c_str(), -1, &status);
-    return status == U_BUFFER_OVERFLOW_ERROR || U_SUCCESS(status);
 }
 
 using velkc::unicode::Utf8Checker;
