@@ -2,10 +2,14 @@
 // test_hash_model.cpp follows: the hash code itself, arguments that point
 // into the block they make grow, a table filled to its last slot, and an
 // area filled with tiny items.
+#include "hash/hash_internal.hpp"
+
 #include <velkc.h>
 #include <velkc/containers.hpp>
 
+#include <cstring>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -102,6 +106,36 @@ TEST(HashIndex, AFullTableStillFindsEveryKey)
         ASSERT_EQ(VELKCGetLookDict(table.get(), Numbered("key", i).c_str()), i % 2 == 0 ? -1 : slot[i]) << i;
     }
     EXPECT_EQ(VELKCISzHashIndexCheck(table.get()), 1);
+}
+
+// Whether a key stored at the very end of a set's string area equals a
+// query held in a buffer of exactly its size: the same key, the key with
+// any one byte changed, every prefix and longer keys that start with it,
+// at every length from 0 to 40 bytes (under the sanitizers, a read past
+// either buffer fails the test).
+TEST(HashIndex, StoredKeyCompareSeesEveryByteAndNoMore)
+{
+    std::string key;
+    for (int n = 0; n <= 40; ++n) {
+        velkc::HashSet set(VELKCSzHashSetAllocator(31, n + 2));
+        ASSERT_EQ(VELKCSzHashSetAdd(set.address(), key.c_str()), 0);
+        ASSERT_EQ(set->cbFree, 1) << "the key must end the area";
+        const char *stored = set->rgSlot[VELKCSzHashSetLookDict(set.get(), key.c_str())].pszKey;
+        std::vector<std::string> queries{key, key + "x", key + "0123456789abcdef"};
+        for (int i = 0; i < n; ++i) {
+            queries.push_back(key.substr(0, static_cast<size_t>(i)));
+            std::string changed = key;
+            changed[static_cast<size_t>(i)] ^= 0x01;
+            queries.push_back(changed);
+        }
+        for (const std::string &query : queries) {
+            const auto exact = std::make_unique<char[]>(query.size() + 1);
+            std::memcpy(exact.get(), query.c_str(), query.size() + 1);
+            EXPECT_EQ(velkc::hash::SameStoredKey(stored, exact.get(), query.size()), query == key)
+                << '"' << key << "\" vs \"" << query << '"';
+        }
+        key.push_back(static_cast<char>(n % 3 == 0 ? 0x80 + n * 7 : 'a' + n % 26));
+    }
 }
 
 // Many one- and two-character items make the truncated per-item average

@@ -179,15 +179,37 @@ inline int HomeSlot(const KeyHash &kh, int nSlot) noexcept
     return static_cast<int>(kh.sum % static_cast<std::uint32_t>(nSlot));
 }
 
-// The live slot holding the key, or -1. With the index exact this is the
-// slot the probe walk would reach: keys sit where the walk puts them, and
-// slots never turn empty again, so nothing cuts a key off from its home.
+// Whether a key stored in p's string area equals sz, whose length is cb,
+// eight bytes at a time and without a call. sz is read only within its
+// cb + 1 bytes. The stored key is read in whole groups of eight and may be
+// passed by up to seven bytes: a group that holds its NUL where sz has
+// none differs and ends the compare, and the block always has those bytes
+// (the slot index follows the string area).
+inline bool SameStoredKey(const char *pszStored, const char *sz, std::size_t cb) noexcept
+{
+    using key_hash_detail::LittleEndian64;
+    const auto *pa = reinterpret_cast<const unsigned char *>(pszStored);
+    const auto *pb = reinterpret_cast<const unsigned char *>(sz);
+    std::size_t left = cb + 1;
+    for (; left >= 8; pa += 8, pb += 8, left -= 8) {
+        if (LittleEndian64(pa) != LittleEndian64(pb)) {
+            return false;
+        }
+    }
+    const std::uint64_t tail = (std::uint64_t{1} << (8 * left)) - 1;
+    return left == 0 || ((LittleEndian64(pa) ^ key_hash_detail::LittleEndianTail(pb, left)) & tail) == 0;
+}
+
+// The live slot holding the key (slot -1 if none) and, with the index
+// exact, its entry. With the index exact this is the slot the probe walk
+// would reach: keys sit where the walk puts them, and slots never turn
+// empty again, so nothing cuts a key off from its home.
 template <typename Block>
-int FindSlot(const Block *p, const char *szKey, const KeyHash &kh) noexcept
+[[gnu::always_inline]] inline SlotIndex::Hit FindKey(const Block *p, const char *szKey, const KeyHash &kh) noexcept
 {
     const SlotIndex ix = IndexOf(p);
     if (!ix.Exact()) {
-        return WalkProbe(p, szKey, HomeSlot(kh, p->nSlot)).found;
+        return {WalkProbe(p, szKey, HomeSlot(kh, p->nSlot)).found, 0};
     }
     // Most keys live at their home slot unless similar keys crowd it. In a
     // block too large for the caches its load then overlaps the index probe
@@ -196,7 +218,13 @@ int FindSlot(const Block *p, const char *szKey, const KeyHash &kh) noexcept
     if (p->nSlot >= kPrefetchSlots) {
         __builtin_prefetch(&p->rgSlot[HomeSlot(kh, p->nSlot)]);
     }
-    return ix.Find(kh, [p, szKey](int slot) { return std::strcmp(p->rgSlot[slot].pszKey, szKey) == 0; });
+    return ix.Find(kh, [p, szKey, &kh](int slot) { return SameStoredKey(p->rgSlot[slot].pszKey, szKey, kh.cb); });
+}
+
+template <typename Block>
+[[gnu::always_inline]] inline int FindSlot(const Block *p, const char *szKey, const KeyHash &kh) noexcept
+{
+    return FindKey(p, szKey, kh).slot;
 }
 
 // Where the walk writes a key that the block does not hold: an empty home

@@ -8,12 +8,11 @@ extern "C" char *VELKCSzHashRemoveKey(SzHash *pHash, const char *szKey) noexcept
     if (pHash == nullptr || szKey == nullptr) {
         return nullptr;
     }
-    const velkc::hash::KeyHash kh = velkc::hash::HashKey(szKey);
-    const int idx = velkc::hash::FindSlot(pHash, szKey, kh);
-    if (idx < 0) {
+    const velkc::hash::SlotIndex::Hit hit = velkc::hash::FindKey(pHash, szKey, velkc::hash::HashKey(szKey));
+    if (hit.slot < 0) {
         return nullptr;
     }
-    velkc::hash::DropKey(pHash, idx, kh);
+    velkc::hash::DropKey(pHash, hit);
     --pHash->nPair;
-    return pHash->rgSlot[idx].pszVal;
+    return pHash->rgSlot[hit.slot].pszVal;
 }

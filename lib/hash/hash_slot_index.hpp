@@ -156,23 +156,29 @@ struct SlotIndex {
         return i < to ? i : -1;
     }
 
-    // The slot of the first entry of kh's home and tag for which same(slot)
-    // holds, or -1. An entry at gap g from the lookup's home belongs to the
-    // same home exactly when its distance is g; once an entry's distance is
-    // below the gap, Robin Hood order says that no entry of this home
-    // follows.
+    // Where a lookup ended: the slot it found (-1 for none) and the entry
+    // that names it, which an erase then needs not search for again.
+    struct Hit {
+        int slot = -1;
+        std::uint32_t pos = 0;
+    };
+
+    // The first entry of kh's home and tag for whose slot same(slot) holds.
+    // An entry at gap g from the lookup's home belongs to the same home
+    // exactly when its distance is g; once an entry's distance is below the
+    // gap, Robin Hood order says that no entry of this home follows.
     template <typename Same>
-    int Find(const KeyHash &kh, Same same) const noexcept
+    Hit Find(const KeyHash &kh, Same same) const noexcept
     {
         const std::uint32_t want = HomeHigh(kh);
         std::uint32_t pos = Home(kh);
         for (std::uint32_t gap = 0;; ++gap, pos = (pos + 1) & mask) {
             const std::uint32_t e = entry[pos];
             if (e == 0 || Distance(e) < gap) {
-                return -1;
+                return {};
             }
             if (High(e) == want + gap && same(SlotOf(e))) {
-                return SlotOf(e);
+                return {SlotOf(e), pos};
             }
         }
     }
@@ -206,17 +212,14 @@ struct SlotIndex {
     // True when a lookup of a key that hashes to kh finds slot's entry.
     bool Finds(const KeyHash &kh, int slot) const noexcept
     {
-        return Find(kh, [slot](int s) { return s == slot; }) == slot;
+        return Find(kh, [slot](int s) { return s == slot; }).slot == slot;
     }
 
-    // Removes slot's entry and shifts the entries after it back by one,
+    // Removes the entry at pos and shifts the entries after it back by one,
     // up to the first that sits at its home.
-    void Erase(const KeyHash &kh, int slot) noexcept
+    void Erase(std::uint32_t pos) noexcept
     {
-        std::uint32_t hole = Home(kh);
-        while (SlotOf(entry[hole]) != slot) {
-            hole = (hole + 1) & mask;
-        }
+        std::uint32_t hole = pos;
         const std::uint32_t step = std::uint32_t{1} << slotBits;
         for (std::uint32_t j = (hole + 1) & mask; entry[j] != 0 && Distance(entry[j]) != 0; j = (j + 1) & mask) {
             entry[hole] = entry[j] - step;
@@ -262,16 +265,16 @@ void IndexKey(Block *p, int idx, const KeyHash &kh, bool wasLive) noexcept
     }
 }
 
-// Makes live slot idx, whose key hashes to kh, a tombstone.
+// Makes the live slot that a lookup found a tombstone.
 template <typename Block>
-void DropKey(Block *p, int idx, const KeyHash &kh) noexcept
+void DropKey(Block *p, const SlotIndex::Hit &hit) noexcept
 {
     SlotIndex ix = IndexOf(p);
     if (ix.Exact()) {
-        ix.SetKeyless(idx);
-        ix.Erase(kh, idx);
+        ix.SetKeyless(hit.slot);
+        ix.Erase(hit.pos);
     }
-    p->rgSlot[idx].pszKey = nullptr;
+    p->rgSlot[hit.slot].pszKey = nullptr;
 }
 
 // Rebuilds what the index must hold from the slots and compares: a live bit

@@ -10,10 +10,9 @@ extern "C" int VELKCSzHashSetRemove(SzHashSet *pSet, const char *szItem) noexcep
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    const velkc::hash::KeyHash kh = velkc::hash::HashKey(szItem);
-    const int idx = velkc::hash::FindSlot(pSet, szItem, kh);
-    if (idx >= 0) {
-        velkc::hash::DropKey(pSet, idx, kh);
+    const velkc::hash::SlotIndex::Hit hit = velkc::hash::FindKey(pSet, szItem, velkc::hash::HashKey(szItem));
+    if (hit.slot >= 0) {
+        velkc::hash::DropKey(pSet, hit);
         --pSet->nItem;
     }
     return 0;
