@@ -83,6 +83,35 @@ std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
     return at;
 }
 
+// The bytes a scan stops at, the NUL among them.
+struct StopBytes {
+    bool stop[UCHAR_MAX + 1] = {};
+};
+
+constexpr StopBytes MakeStopBytes(std::string_view bytes) noexcept
+{
+    StopBytes stops;
+    stops.stop[0] = true;
+    for (char c : bytes) {
+        stops.stop[static_cast<unsigned char>(c)] = true;
+    }
+    return stops;
+}
+
+constexpr StopBytes kKeyStops = MakeStopBytes("=\r\n");
+constexpr StopBytes kValueStops = MakeStopBytes("\r\n");
+
+// The size of text up to its first stop byte. A table lookup per byte: the
+// keys and values of pairs are short, too short to repay a library call.
+std::size_t SpanUntil(const char *text, const StopBytes &stops) noexcept
+{
+    std::size_t size = 0;
+    while (!stops.stop[static_cast<unsigned char>(text[size])]) {
+        ++size;
+    }
+    return size;
+}
+
 } // namespace
 
 std::optional<std::string_view> LineKey(std::string_view line) noexcept
@@ -139,14 +168,29 @@ Status MatchLine(const char *line, const char *pattern, int flags, bool &matched
     return kOk;
 }
 
-// One pass each (strcspn scans a whole set of bytes at once): these run on
-// every pair a writer is handed.
-bool IsSafeKey(const char *key) noexcept
+// These run on every pair a writer is handed, and give the sizes they find
+// to the writers that go on to copy the pairs.
+std::optional<std::size_t> SafeKeySize(const char *key) noexcept
 {
-    const std::size_t size = std::strcspn(key, "=\r\n");
-    return key[size] == '\0' && std::strspn(key, " \t") < size && key[0] != '[' && !IsCommentLine(key);
+    const std::size_t size = SpanUntil(key, kKeyStops);
+    std::size_t blanks = 0;
+    while (key[blanks] == ' ' || key[blanks] == '\t') {
+        ++blanks;
+    }
+    if (key[size] != '\0' || blanks >= size || key[0] == '[' || IsCommentLine(key)) {
+        return std::nullopt;
+    }
+    return size;
 }
 
-bool IsSafeValue(const char *value) noexcept { return value[std::strcspn(value, "\r\n")] == '\0'; }
+std::optional<std::size_t> SafeValueSize(const char *value) noexcept
+{
+    const std::size_t size = SpanUntil(value, kValueStops);
+    return value[size] == '\0' ? std::optional<std::size_t>(size) : std::nullopt;
+}
+
+bool IsSafeKey(const char *key) noexcept { return SafeKeySize(key).has_value(); }
+
+bool IsSafeValue(const char *value) noexcept { return SafeValueSize(value).has_value(); }
 
 } // namespace velkc

@@ -73,5 +73,8 @@ Status MatchLine(const char *line, const char *pattern, int flags, bool &matched
 // or a first character that starts a section header or a comment.
 bool IsSafeKey(const char *key) noexcept;
 bool IsSafeValue(const char *value) noexcept;
+// The same, giving the size of a key or value that is safe.
+std::optional<std::size_t> SafeKeySize(const char *key) noexcept;
+std::optional<std::size_t> SafeValueSize(const char *value) noexcept;
 
 } // namespace velkc
