@@ -2,15 +2,12 @@
 #include "line_model.hpp"
 
 #include "internal/internal.hpp"
-#include "internal/trim.hpp"
 
 #include <velkc/unicode.h>
 
 #include <algorithm>
-#include <bit>
 #include <cctype>
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -61,28 +58,6 @@ bool Matches(std::string_view line, std::string_view pattern, int flags) noexcep
     return line.find(pattern) != std::string_view::npos;
 }
 
-// The first "=" or NUL of line at or after at, or its size: eight bytes at
-// a time, since every line of a file a writer passes over is scanned so.
-std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
-{
-    constexpr std::uint64_t kOnes = 0x0101010101010101u;
-    constexpr std::uint64_t kHighs = 0x8080808080808080u;
-    // The high bit of the lowest zero byte of word is the lowest bit set.
-    const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
-    for (; at + sizeof(std::uint64_t) <= line.size(); at += sizeof(std::uint64_t)) {
-        std::uint64_t word;
-        std::memcpy(&word, line.data() + at, sizeof word);
-        const std::uint64_t stops = zeroBytes(word) | zeroBytes(word ^ (kOnes * '='));
-        if (stops != 0) {
-            return at + static_cast<std::size_t>(std::countr_zero(stops)) / CHAR_BIT;
-        }
-    }
-    while (at < line.size() && line[at] != '=' && line[at] != '\0') {
-        ++at;
-    }
-    return at;
-}
-
 // The bytes a scan stops at, the NUL among them.
 struct StopBytes {
     bool stop[UCHAR_MAX + 1] = {};
@@ -113,24 +88,6 @@ std::size_t SpanUntil(const char *text, const StopBytes &stops) noexcept
 }
 
 } // namespace
-
-std::optional<std::string_view> LineKey(std::string_view line) noexcept
-{
-    // The line ends at its first NUL for the C string functions. One pass
-    // up to the key's "=" reads no more of a long line than it needs.
-    if (line.empty() || IsCommentLine(line.data())) {
-        return std::nullopt;
-    }
-    // Tokens at "=" skip empty ones, so "=k=v" is a line of "k".
-    std::size_t start = 0;
-    while (start < line.size() && line[start] == '=') {
-        ++start;
-    }
-    if (start == line.size() || line[start] == '\0') {
-        return std::nullopt;
-    }
-    return TrimSpace(line.substr(start, KeyEnd(line, start) - start));
-}
 
 bool IsHeaderOf(std::string_view line, std::string_view name) noexcept
 {
