@@ -40,9 +40,10 @@ public:
         while (size < 2 * count) {
             size *= 2;
         }
-        changes_.reset(static_cast<Change *>(std::malloc(size * sizeof(Change))));
+        changes_.reset(static_cast<Change *>(std::malloc(std::max<std::size_t>(count, 1) * sizeof(Change))));
+        slots_.reset(static_cast<std::uint32_t *>(std::malloc(size * sizeof(std::uint32_t))));
         tags_.reset(static_cast<std::uint8_t *>(std::calloc(size, 1)));
-        if (!changes_ || !tags_) {
+        if (!changes_ || !slots_ || !tags_) {
             VELKC_SET_ERR(velkc::SafePairs(pairs) ? ERR_OUT_OF_MEMORY : ERR_BAD_PARAMETERS);
             return false;
         }
@@ -77,8 +78,8 @@ public:
     {
         const std::uint64_t hash = Hash(key);
         for (std::size_t i = hash & mask_; tags_.get()[i] != 0; i = (i + 1) & mask_) {
-            if (tags_.get()[i] == Tag(hash) && changes_.get()[i].key == key) {
-                return &changes_.get()[i];
+            if (tags_.get()[i] == Tag(hash) && At(i).key == key) {
+                return &At(i);
             }
         }
         return nullptr;
@@ -112,13 +113,17 @@ private:
         const std::uint64_t hash = Hash(key);
         std::size_t i = hash & mask_;
         for (; tags_.get()[i] != 0; i = (i + 1) & mask_) {
-            if (tags_.get()[i] == Tag(hash) && changes_.get()[i].key == key) {
-                return changes_.get()[i];
+            if (tags_.get()[i] == Tag(hash) && At(i).key == key) {
+                return At(i);
             }
         }
         tags_.get()[i] = Tag(hash);
-        return changes_.get()[i] = Change{key};
+        slots_.get()[i] = used_;
+        return changes_.get()[used_++] = Change{key};
     }
+
+    // The change a used slot stands for.
+    Change &At(std::size_t slot) noexcept { return changes_.get()[slots_.get()[slot]]; }
 
     // Seven more bits of the hash with the high bit set, kept apart from
     // the entries: a probe settles most keys that are not there in one
@@ -164,8 +169,13 @@ private:
                static_cast<unsigned char>(text[size - 1]);
     }
 
+    // The changes lie packed in the order they were added, apart from the
+    // slots the keys hash to: the table's memory, new to every call, is
+    // then little more than the changes themselves.
     velkc::MallocPtr<Change> changes_;
-    velkc::MallocPtr<std::uint8_t> tags_; // 0: a free entry
+    velkc::MallocPtr<std::uint32_t> slots_; // the index of a slot's change
+    velkc::MallocPtr<std::uint8_t> tags_;   // 0: a free slot
+    std::uint32_t used_ = 0;
     std::size_t mask_ = 0;
     std::size_t pending_ = 0;
 };
