@@ -36,8 +36,10 @@ public:
         std::size_t count = 0;
         ForEachKey(pairs, [&count](const SzHashSlot &) { ++count; });
         ForEachKey(removals, [&count](const SzHashSlot &) { ++count; });
+        // At most a quarter of the slots used: most lines are of keys that
+        // are not there, and their probes end at the first free slot.
         std::size_t size = 16;
-        while (size < 2 * count) {
+        while (size < 4 * count) {
             size *= 2;
         }
         changes_.reset(static_cast<Change *>(std::malloc(std::max<std::size_t>(count, 1) * sizeof(Change))));
