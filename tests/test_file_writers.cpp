@@ -363,4 +363,34 @@ TEST_F(Writers, SetKeysOfEverySizeFindOnlyTheirOwnLines)
               after);
 }
 
+// A pair that would break the file's structure is refused wherever in the
+// key or value the offending byte stands, and nothing is written.
+TEST_F(Writers, SetKeysRefusesALineBreakOrEqualsAnywhere)
+{
+    const std::string text = "k=v\n";
+    for (std::size_t at = 0; at < 10; ++at) {
+        SCOPED_TRACE(at);
+        for (char bad : {'\n', '\r', '='}) {
+            std::string word(10, 'x');
+            word[at] = bad;
+            PairHash badKey{{word.c_str(), "v"}};
+            EXPECT_EQ(
+                After(text, -1, [&](const char *p) { return VELKCFileSetKeys(p, badKey.get(), nullptr, nullptr); }),
+                text);
+            EXPECT_EQ(VELKCErrGet(), ERR_BAD_PARAMETERS);
+            if (bad != '=') {
+                PairHash badValue{{"k", word.c_str()}};
+                EXPECT_EQ(After(text, -1,
+                                [&](const char *p) { return VELKCFileSetKeys(p, badValue.get(), nullptr, nullptr); }),
+                          text);
+                EXPECT_EQ(VELKCErrGet(), ERR_BAD_PARAMETERS);
+            }
+        }
+        const std::string good(at + 1, 'x');
+        PairHash pair{{good.c_str(), good.c_str()}};
+        EXPECT_EQ(After(text, 1, [&](const char *p) { return VELKCFileSetKeys(p, pair.get(), nullptr, nullptr); }),
+                  text + good + "=" + good + "\n");
+    }
+}
+
 } // namespace

@@ -73,14 +73,15 @@ public:
 
 private:
     Status Reserve(std::size_t more);
-    // Copies text into the room reserved for it. The "=" and "\n" around a
-    // value are single bytes, cheaper stored than handed to memcpy.
+    // Copies text into the room reserved for it. The parts of a format
+    // around a pair are mostly empty or single bytes ("=", "\n"), cheaper
+    // stored than handed to memcpy.
     void Put(std::string_view text) noexcept
     {
-        if (text.size() == 1) {
-            buf_[size_] = text.front();
-        } else {
+        if (text.size() > 1) {
             std::memcpy(buf_ + size_, text.data(), text.size());
+        } else if (text.size() == 1) {
+            buf_[size_] = text.front();
         }
         size_ += text.size();
     }
