@@ -336,4 +336,61 @@ TEST_F(Writers, KeyLinesAcrossTheReadBufferEnd)
     }
 }
 
+// Keys of every size up to well past two words, each beside lines of keys of
+// the same size that differ from it in one byte (the first, a middle one or
+// the last): every key finds its own line and no other.
+TEST_F(Writers, SetKeysOfEverySizeFindOnlyTheirOwnLines)
+{
+    PairHash keys{};
+    std::string before;
+    std::string after;
+    for (std::size_t size = 1; size <= 20; ++size) {
+        std::string key;
+        for (std::size_t i = 0; i < size; ++i) {
+            key += static_cast<char>('a' + (size + i) % 26);
+        }
+        for (std::size_t at : {std::size_t{0}, size / 2, size - 1}) {
+            std::string twin = key;
+            twin[at] = '_';
+            before += twin + "=twin\n";
+            after += twin + "=twin\n";
+        }
+        before += key + "=old\n";
+        after += key + "=" + std::to_string(size) + "\n";
+        VELKCSzHashSetValue(keys.address(), key.c_str(), std::to_string(size).c_str());
+    }
+    EXPECT_EQ(After(before, 1, [&](const char *p) { return VELKCFileSetKeys(p, keys.get(), nullptr, nullptr); }),
+              after);
+}
+
+// A pair that would break the file's structure is refused wherever in the
+// key or value the offending byte stands, and nothing is written.
+TEST_F(Writers, SetKeysRefusesALineBreakOrEqualsAnywhere)
+{
+    const std::string text = "k=v\n";
+    for (std::size_t at = 0; at < 10; ++at) {
+        SCOPED_TRACE(at);
+        for (char bad : {'\n', '\r', '='}) {
+            std::string word(10, 'x');
+            word[at] = bad;
+            PairHash badKey{{word.c_str(), "v"}};
+            EXPECT_EQ(
+                After(text, -1, [&](const char *p) { return VELKCFileSetKeys(p, badKey.get(), nullptr, nullptr); }),
+                text);
+            EXPECT_EQ(VELKCErrGet(), ERR_BAD_PARAMETERS);
+            if (bad != '=') {
+                PairHash badValue{{"k", word.c_str()}};
+                EXPECT_EQ(After(text, -1,
+                                [&](const char *p) { return VELKCFileSetKeys(p, badValue.get(), nullptr, nullptr); }),
+                          text);
+                EXPECT_EQ(VELKCErrGet(), ERR_BAD_PARAMETERS);
+            }
+        }
+        const std::string good(at + 1, 'x');
+        PairHash pair{{good.c_str(), good.c_str()}};
+        EXPECT_EQ(After(text, 1, [&](const char *p) { return VELKCFileSetKeys(p, pair.get(), nullptr, nullptr); }),
+                  text + good + "=" + good + "\n");
+    }
+}
+
 } // namespace

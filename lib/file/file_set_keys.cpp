@@ -22,57 +22,78 @@ class ChangeTable {
 public:
     struct Change {
         std::string_view key;        // a C string of the caller's tables
-        const char *value = nullptr; // the pair still to write, or null
+        std::string_view value = {}; // of the pair, a C string too
+        bool write = false;          // the pair is still to write
         bool drop = false;           // a line of the key still to drop
     };
 
-    // False when the table cannot be allocated (recorded).
+    // Records ERR_BAD_PARAMETERS for a pair that would change the structure
+    // of the file (see IsSafeKey), ERR_OUT_OF_MEMORY when the table cannot
+    // be allocated. The pairs are checked as they are added, so that their
+    // sizes are found once.
     bool Build(const SzHash *pairs, const SzHash *removals) noexcept
     {
         std::size_t count = 0;
         ForEachKey(pairs, [&count](const SzHashSlot &) { ++count; });
         ForEachKey(removals, [&count](const SzHashSlot &) { ++count; });
+        // At most a quarter of the slots used: most lines are of keys that
+        // are not there, and their probes end at the first free slot.
         std::size_t size = 16;
-        while (size < 2 * count) {
+        while (size < 4 * count) {
             size *= 2;
         }
-        changes_.reset(static_cast<Change *>(std::malloc(size * sizeof(Change))));
+        changes_.reset(static_cast<Change *>(std::malloc(std::max<std::size_t>(count, 1) * sizeof(Change))));
+        slots_.reset(static_cast<std::uint32_t *>(std::malloc(size * sizeof(std::uint32_t))));
         tags_.reset(static_cast<std::uint8_t *>(std::calloc(size, 1)));
-        if (!changes_ || !tags_) {
-            VELKC_SET_ERR(ERR_OUT_OF_MEMORY);
+        if (!changes_ || !slots_ || !tags_) {
+            VELKC_SET_ERR(velkc::SafePairs(pairs) ? ERR_OUT_OF_MEMORY : ERR_BAD_PARAMETERS);
             return false;
         }
         mask_ = size - 1;
+        bool safe = true;
+        ForEachKey(pairs, [this, &safe](const SzHashSlot &slot) {
+            const std::optional<std::size_t> keySize = velkc::SafeKeySize(slot.pszKey);
+            const std::optional<std::size_t> valueSize = velkc::SafeValueSize(slot.pszVal);
+            safe = safe && keySize && valueSize;
+            if (safe) {
+                Change &change = Add({slot.pszKey, *keySize});
+                change.value = {slot.pszVal, *valueSize};
+                change.write = true;
+                ++pending_;
+            }
+        });
+        if (!safe) {
+            VELKC_SET_ERR(ERR_BAD_PARAMETERS);
+            return false;
+        }
         // An empty key is no line's key.
         ForEachKey(removals, [this](const SzHashSlot &slot) {
             if (slot.pszKey[0] != '\0') {
                 Add(slot.pszKey).drop = true;
             }
         });
-        ForEachKey(pairs, [this](const SzHashSlot &slot) {
-            Add(slot.pszKey).value = slot.pszVal;
-            ++pending_;
-        });
         return true;
     }
 
-    // The change of a key, or null.
-    Change *Find(std::string_view key) noexcept
+    // The change of a key, or null. Asked of every line, and a call costs
+    // about as much as the lookup.
+    [[gnu::always_inline]] Change *Find(std::string_view key) noexcept
     {
         const std::uint64_t hash = Hash(key);
         for (std::size_t i = hash & mask_; tags_.get()[i] != 0; i = (i + 1) & mask_) {
-            if (tags_.get()[i] == Tag(hash) && changes_.get()[i].key == key) {
-                return &changes_.get()[i];
+            if (tags_.get()[i] == Tag(hash) && At(i).key == key) {
+                return &At(i);
             }
         }
         return nullptr;
     }
 
-    // The value of a change, taken: its pair is written once.
-    const char *TakeValue(Change &change) noexcept
+    // The pair of a change, taken: it is written once.
+    std::string_view TakeValue(Change &change) noexcept
     {
         --pending_;
-        return std::exchange(change.value, nullptr);
+        change.write = false;
+        return change.value;
     }
 
     // How many pairs no line has taken.
@@ -95,13 +116,17 @@ private:
         const std::uint64_t hash = Hash(key);
         std::size_t i = hash & mask_;
         for (; tags_.get()[i] != 0; i = (i + 1) & mask_) {
-            if (tags_.get()[i] == Tag(hash) && changes_.get()[i].key == key) {
-                return changes_.get()[i];
+            if (tags_.get()[i] == Tag(hash) && At(i).key == key) {
+                return At(i);
             }
         }
         tags_.get()[i] = Tag(hash);
-        return changes_.get()[i] = Change{key};
+        slots_.get()[i] = used_;
+        return changes_.get()[used_++] = Change{key};
     }
+
+    // The change a used slot stands for.
+    Change &At(std::size_t slot) noexcept { return changes_.get()[slots_.get()[slot]]; }
 
     // Seven more bits of the hash with the high bit set, kept apart from
     // the entries: a probe settles most keys that are not there in one
@@ -115,16 +140,45 @@ private:
     {
         std::uint64_t h = key.size();
         for (std::size_t at = 0; at < key.size(); at += sizeof(std::uint64_t)) {
-            std::uint64_t word = 0;
-            std::memcpy(&word, key.data() + at, std::min(sizeof word, key.size() - at));
-            const unsigned __int128 product = static_cast<unsigned __int128>(h ^ word) * 0x9E3779B97F4A7C15u;
+            const unsigned __int128 product =
+                static_cast<unsigned __int128>(h ^ Word(key.data() + at, std::min(sizeof h, key.size() - at))) *
+                0x9E3779B97F4A7C15u;
             h = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
         }
         return h;
     }
 
+    // The size bytes (1 to 8) at text as one word, different for different
+    // bytes of one size. Fixed-size loads: a memcpy of a varying size is a
+    // library call, dearer than the hashing around it.
+    static std::uint64_t Word(const char *text, std::size_t size) noexcept
+    {
+        std::uint64_t word;
+        std::uint32_t low;
+        std::uint32_t high;
+        if (size == sizeof word) {
+            std::memcpy(&word, text, sizeof word);
+            return word;
+        }
+        if (size >= sizeof low) {
+            // Two loads that overlap when size < 8 cover every byte.
+            std::memcpy(&low, text, sizeof low);
+            std::memcpy(&high, text + size - sizeof high, sizeof high);
+            return static_cast<std::uint64_t>(high) << 32 | low;
+        }
+        // Up to three bytes: the first, the middle and the last are all.
+        return static_cast<std::uint64_t>(static_cast<unsigned char>(text[0])) << 16 |
+               static_cast<std::uint64_t>(static_cast<unsigned char>(text[size / 2])) << 8 |
+               static_cast<unsigned char>(text[size - 1]);
+    }
+
+    // The changes lie packed in the order they were added, apart from the
+    // slots the keys hash to: the table's memory, new to every call, is
+    // then little more than the changes themselves.
     velkc::MallocPtr<Change> changes_;
-    velkc::MallocPtr<std::uint8_t> tags_; // 0: a free entry
+    velkc::MallocPtr<std::uint32_t> slots_; // the index of a slot's change
+    velkc::MallocPtr<std::uint8_t> tags_;   // 0: a free slot
+    std::uint32_t used_ = 0;
     std::size_t mask_ = 0;
     std::size_t pending_ = 0;
 };
@@ -133,11 +187,8 @@ private:
 // has its line replaced by the pair, anything else is copied. A handled key
 // is done, so only its first line is dropped or replaced.
 //
-// Each line's key is looked up once. The copy asks Wants() of each whole
-// line and passes over those it refuses in runs; the line it stops at is
-// asked about again and then handed to Edit(), both of which use the change
-// found the first time. A last line without "\n" is never asked about, and
-// Edit() looks it up itself.
+// Each line's key is looked up once: Wants() finds the change of a line,
+// and Edit(), which is handed the line next, makes it.
 class LineEditor {
 public:
     LineEditor(velkc::Output &out, ChangeTable &changes, const char *format) noexcept
@@ -146,27 +197,22 @@ public:
 
     bool Wants(std::string_view line) noexcept
     {
-        if (found_ == nullptr) {
-            found_ = Lookup(line);
-        }
+        found_ = Lookup(line);
         return found_ != nullptr;
     }
 
-    velkc::Status Edit(const velkc::LineReader &line)
+    velkc::Status Edit(std::string_view line)
     {
-        ChangeTable::Change *change = found_ != nullptr ? std::exchange(found_, nullptr) : Lookup(line.view());
-        if (change == nullptr) {
-            return out_.Write(line.view());
-        }
-        if (change->drop) {
-            change->drop = false;
+        ChangeTable::Change &change = *found_;
+        if (change.drop) {
+            change.drop = false;
             return velkc::kOk;
         }
         // The line's key is the change's, byte for byte.
-        const velkc::Status status = out_.Pair(format_, change->key.data(), changes_.TakeValue(*change));
+        const velkc::Status status = out_.Pair(format_, change.key, changes_.TakeValue(change));
         if (status != velkc::kOk) {
-            VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%s, szFormat=%s", line.data(),
-                      format_.text());
+            VELKC_LOG(LOG_ERR, "VELKILineKeyMoveHash2File() failed! szBuf=%.*s, szFormat=%s",
+                      static_cast<int>(line.size()), line.data(), format_.text());
         }
         return status;
     }
@@ -178,13 +224,13 @@ private:
     {
         const std::optional<std::string_view> key = velkc::LineKey(line);
         ChangeTable::Change *change = key && !key->empty() ? changes_.Find(*key) : nullptr;
-        return change != nullptr && (change->drop || change->value != nullptr) ? change : nullptr;
+        return change != nullptr && (change->drop || change->write) ? change : nullptr;
     }
 
     velkc::Output &out_;
     ChangeTable &changes_;
     const velkc::PairFormat format_;
-    ChangeTable::Change *found_ = nullptr; // of the line the copy stopped at
+    ChangeTable::Change *found_ = nullptr; // of the line Wants() was asked about last
 };
 
 // Appends the pairs no line took, in the table's slot order.
@@ -193,8 +239,9 @@ velkc::Status AppendPending(velkc::Output &out, const SzHash *pHash, ChangeTable
     const velkc::PairFormat pairFormat(format);
     velkc::Status status = velkc::kOk;
     ChangeTable::ForEachKey(pHash, [&](const SzHashSlot &slot) {
-        if (status == velkc::kOk && changes.Find(slot.pszKey)->value != nullptr) {
-            status = out.Pair(pairFormat, slot.pszKey, slot.pszVal);
+        ChangeTable::Change &change = *changes.Find(slot.pszKey);
+        if (status == velkc::kOk && change.write) {
+            status = out.Pair(pairFormat, change.key, change.value);
         }
     });
     return status;
@@ -216,21 +263,21 @@ velkc::Status Begin(velkc::Rewrite &rw)
 extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const SzHash *pRemove,
                                 const char *szFormat) noexcept
 {
-    if (szFile == nullptr || pHash == nullptr || !velkc::SafePairs(pHash)) {
+    if (szFile == nullptr || pHash == nullptr) {
         VELKC_SET_ERR(ERR_BAD_PARAMETERS);
         return -1;
     }
-    const char *format = szFormat != nullptr ? szFormat : velkc::kDefaultPairFormat;
     ChangeTable changes;
     if (!changes.Build(pHash, pRemove)) {
         return -1;
     }
+    const char *format = szFormat != nullptr ? szFormat : velkc::kDefaultPairFormat;
     velkc::Rewrite rw(szFile);
     velkc::Status status = Begin(rw);
     if (status == velkc::kOk) {
         LineEditor editor(rw.out(), changes, format);
-        status = rw.CopyLinesUnless([&editor](std::string_view line) { return editor.Wants(line); },
-                                    [&editor](const velkc::LineReader &line) { return editor.Edit(line); });
+        status = rw.EditLines([&editor](std::string_view line) { return editor.Wants(line); },
+                              [&editor](std::string_view line) { return editor.Edit(line); });
     }
     if (status == velkc::kOk && changes.pending() > 0) {
         status = rw.SeparateFromLastLine();

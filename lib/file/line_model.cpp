@@ -2,15 +2,12 @@
 #include "line_model.hpp"
 
 #include "internal/internal.hpp"
-#include "internal/trim.hpp"
 
 #include <velkc/unicode.h>
 
 #include <algorithm>
-#include <bit>
 #include <cctype>
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -61,47 +58,48 @@ bool Matches(std::string_view line, std::string_view pattern, int flags) noexcep
     return line.find(pattern) != std::string_view::npos;
 }
 
-// The first "=" or NUL of line at or after at, or its size: eight bytes at
-// a time, since every line of a file a writer passes over is scanned so.
-std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
+// The bytes a scan stops at, the NUL among them.
+struct StopBytes {
+    bool stop[UCHAR_MAX + 1] = {};
+};
+
+constexpr StopBytes MakeStopBytes(std::string_view bytes) noexcept
 {
-    constexpr std::uint64_t kOnes = 0x0101010101010101u;
-    constexpr std::uint64_t kHighs = 0x8080808080808080u;
-    // The high bit of the lowest zero byte of word is the lowest bit set.
-    const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
-    for (; at + sizeof(std::uint64_t) <= line.size(); at += sizeof(std::uint64_t)) {
-        std::uint64_t word;
-        std::memcpy(&word, line.data() + at, sizeof word);
-        const std::uint64_t stops = zeroBytes(word) | zeroBytes(word ^ (kOnes * '='));
-        if (stops != 0) {
-            return at + static_cast<std::size_t>(std::countr_zero(stops)) / CHAR_BIT;
+    StopBytes stops;
+    stops.stop[0] = true;
+    for (char c : bytes) {
+        stops.stop[static_cast<unsigned char>(c)] = true;
+    }
+    return stops;
+}
+
+constexpr StopBytes kKeyStops = MakeStopBytes("=\r\n");
+constexpr StopBytes kValueStops = MakeStopBytes("\r\n");
+
+// The size of text up to its first stop byte. A table lookup per byte: the
+// keys and values of pairs are short, too short to repay a library call.
+// Four bytes a round, each read only once the one before it is known not
+// to be the NUL.
+std::size_t SpanUntil(const char *text, const StopBytes &stops) noexcept
+{
+    const auto stopsAt = [&](std::size_t at) { return stops.stop[static_cast<unsigned char>(text[at])]; };
+    for (std::size_t size = 0;; size += 4) {
+        if (stopsAt(size)) {
+            return size;
+        }
+        if (stopsAt(size + 1)) {
+            return size + 1;
+        }
+        if (stopsAt(size + 2)) {
+            return size + 2;
+        }
+        if (stopsAt(size + 3)) {
+            return size + 3;
         }
     }
-    while (at < line.size() && line[at] != '=' && line[at] != '\0') {
-        ++at;
-    }
-    return at;
 }
 
 } // namespace
-
-std::optional<std::string_view> LineKey(std::string_view line) noexcept
-{
-    // The line ends at its first NUL for the C string functions. One pass
-    // up to the key's "=" reads no more of a long line than it needs.
-    if (line.empty() || IsCommentLine(line.data())) {
-        return std::nullopt;
-    }
-    // Tokens at "=" skip empty ones, so "=k=v" is a line of "k".
-    std::size_t start = 0;
-    while (start < line.size() && line[start] == '=') {
-        ++start;
-    }
-    if (start == line.size() || line[start] == '\0') {
-        return std::nullopt;
-    }
-    return TrimSpace(line.substr(start, KeyEnd(line, start) - start));
-}
 
 bool IsHeaderOf(std::string_view line, std::string_view name) noexcept
 {
@@ -139,14 +137,29 @@ Status MatchLine(const char *line, const char *pattern, int flags, bool &matched
     return kOk;
 }
 
-// One pass each (strcspn scans a whole set of bytes at once): these run on
-// every pair a writer is handed.
-bool IsSafeKey(const char *key) noexcept
+// These run on every pair a writer is handed, and give the sizes they find
+// to the writers that go on to copy the pairs.
+std::optional<std::size_t> SafeKeySize(const char *key) noexcept
 {
-    const std::size_t size = std::strcspn(key, "=\r\n");
-    return key[size] == '\0' && std::strspn(key, " \t") < size && key[0] != '[' && !IsCommentLine(key);
+    const std::size_t size = SpanUntil(key, kKeyStops);
+    std::size_t blanks = 0;
+    while (key[blanks] == ' ' || key[blanks] == '\t') {
+        ++blanks;
+    }
+    if (key[size] != '\0' || blanks >= size || key[0] == '[' || IsCommentLine(key)) {
+        return std::nullopt;
+    }
+    return size;
 }
 
-bool IsSafeValue(const char *value) noexcept { return value[std::strcspn(value, "\r\n")] == '\0'; }
+std::optional<std::size_t> SafeValueSize(const char *value) noexcept
+{
+    const std::size_t size = SpanUntil(value, kValueStops);
+    return value[size] == '\0' ? std::optional<std::size_t>(size) : std::nullopt;
+}
+
+bool IsSafeKey(const char *key) noexcept { return SafeKeySize(key).has_value(); }
+
+bool IsSafeValue(const char *value) noexcept { return SafeValueSize(value).has_value(); }
 
 } // namespace velkc

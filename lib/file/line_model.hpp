@@ -2,9 +2,14 @@
 #pragma once
 
 #include "internal/status.hpp"
+#include "internal/trim.hpp"
 
 #include <velkc/file.h>
 
+#include <bit>
+#include <climits>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -52,10 +57,56 @@ private:
     char saved_;
 };
 
+// The first "=" or NUL of line at or after at, or its size: eight bytes at
+// a time, since every line of a file a writer passes over is scanned so.
+inline std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHighs = 0x8080808080808080u;
+    // The high bit of the lowest zero byte of word is the lowest bit set.
+    const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
+    for (; at + sizeof(std::uint64_t) <= line.size(); at += sizeof(std::uint64_t)) {
+        std::uint64_t word;
+        std::memcpy(&word, line.data() + at, sizeof word);
+        const std::uint64_t stops = zeroBytes(word) | zeroBytes(word ^ (kOnes * '='));
+        if (stops != 0) {
+            return at + static_cast<std::size_t>(std::countr_zero(stops)) / CHAR_BIT;
+        }
+    }
+    while (at < line.size() && line[at] != '=' && line[at] != '\0') {
+        ++at;
+    }
+    return at;
+}
+
 // The key of a line: its first token at "=" that is not empty, white space
 // and one pair of double quotes trimmed. None for a comment or a line of
-// nothing but "=".
-std::optional<std::string_view> LineKey(std::string_view line) noexcept;
+// nothing but "=". Inline: writers ask it of every line they pass over.
+inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
+{
+    // The line ends at its first NUL for the C string functions. One pass
+    // up to the key's "=" reads no more of a long line than it needs.
+    if (line.empty() || IsCommentLine(line.data())) {
+        return std::nullopt;
+    }
+    // Tokens at "=" skip empty ones, so "=k=v" is a line of "k".
+    std::size_t start = 0;
+    while (line[start] == '=') {
+        if (++start == line.size()) {
+            return std::nullopt;
+        }
+    }
+    if (line[start] == '\0') {
+        return std::nullopt;
+    }
+    // Not empty: it starts with a byte that is neither "=" nor NUL.
+    const std::string_view token(line.data() + start, KeyEnd(line, start) - start);
+    const auto trimmed = [](char c) { return IsWhitespace(c) || c == '"'; };
+    if (!trimmed(token.front()) && !trimmed(token.back())) {
+        return token; // the common key, with nothing to trim
+    }
+    return TrimSpace(token);
+}
 
 // True when line is a key line of key.
 inline bool IsKeyLineOf(std::string_view line, std::string_view key) noexcept
@@ -73,5 +124,8 @@ Status MatchLine(const char *line, const char *pattern, int flags, bool &matched
 // or a first character that starts a section header or a comment.
 bool IsSafeKey(const char *key) noexcept;
 bool IsSafeValue(const char *value) noexcept;
+// The same, giving the size of a key or value that is safe.
+std::optional<std::size_t> SafeKeySize(const char *key) noexcept;
+std::optional<std::size_t> SafeValueSize(const char *value) noexcept;
 
 } // namespace velkc

@@ -55,13 +55,26 @@ public:
                         each);
     }
 
-    // The same for the lines that mayMatch (called with a whole line, "\n"
-    // kept) rejects.
-    template <typename MayMatch, typename Each>
-    Status skipLinesUnless(MayMatch &&mayMatch, Each &&each)
+    // Reads every line that is left: each line that wants accepts goes to
+    // edit, and the others go to each as runs of whole lines, "\n" kept,
+    // straight from the buffer, every run before the edited line after it.
+    // Each line is scanned once: the view wants is handed is the one edit
+    // gets. Stops at the first failure of edit or each, else returns
+    // error().
+    template <typename Wants, typename Edit, typename Each>
+    Status editLines(Wants &&wants, Edit &&edit, Each &&each)
     {
-        return SkipRuns(
-            [&mayMatch](const char *pending, std::size_t count) { return RunBefore(pending, count, mayMatch); }, each);
+        ReleaseLine();
+        do {
+            if (Status status = EditWholeLines(wants, edit, each)) {
+                return status;
+            }
+        } while (!eof_ && fill());
+        // What is left is the last line, without "\n", or nothing.
+        if (!next()) {
+            return error();
+        }
+        return wants(view()) ? edit(view()) : each(view());
     }
 
     // Passes over the lines ahead that do not start with c, as
@@ -121,20 +134,42 @@ private:
     // The same before the first line that starts with c.
     static const char *RunBeforeLineStarting(const char *pending, std::size_t count, char c) noexcept;
 
-    // The same before the first whole line that mayMatch accepts.
-    template <typename MayMatch>
-    static const char *RunBefore(const char *pending, std::size_t count, MayMatch &mayMatch)
+    // editLines over the whole lines in the buffer; an unfinished one stays
+    // pending.
+    template <typename Wants, typename Edit, typename Each>
+    Status EditWholeLines(Wants &wants, Edit &edit, Each &each)
     {
-        const char *start = pending;
-        const char *end = pending + count;
+        if (begin_ == end_) {
+            return kOk; // nothing pending, maybe not even a buffer
+        }
+        const char *run = buf_ + begin_; // the lines not yet copied start here
+        const char *start = run;
+        const char *end = buf_ + end_;
         while (const char *newline =
                    static_cast<const char *>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)))) {
-            if (mayMatch(std::string_view(start, static_cast<std::size_t>(newline - start) + 1))) {
-                return start;
-            }
+            const std::string_view line(start, static_cast<std::size_t>(newline - start) + 1);
             start = newline + 1;
+            if (wants(line)) {
+                if (Status status = CopyRun(run, line.data(), each)) {
+                    return status;
+                }
+                if (Status status = edit(line)) {
+                    return status;
+                }
+                run = start;
+            }
         }
-        return start != pending ? start : nullptr;
+        if (start != buf_ + begin_) {
+            begin_ = static_cast<std::size_t>(start - buf_);
+            unterminated_ = false;
+        }
+        return CopyRun(run, start, each);
+    }
+
+    template <typename Each>
+    static Status CopyRun(const char *begin, const char *end, Each &each)
+    {
+        return begin != end ? each(std::string_view(begin, static_cast<std::size_t>(end - begin))) : kOk;
     }
 
     // Hands the runs that runBefore marks in the pending bytes to each,

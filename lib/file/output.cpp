@@ -107,22 +107,20 @@ PairFormat::PairFormat(const char *format) noexcept : format_(format)
     endsLine_ = text.ends_with('\n');
 }
 
-Status Output::Pair(const PairFormat &format, const char *key, const char *value)
+Status Output::Pair(const PairFormat &format, std::string_view key, std::string_view value)
 {
     if (format.plain_) {
-        const std::string_view parts[] = {format.before_, key, format.between_, value, format.after_};
-        std::size_t size = 0;
-        for (std::string_view part : parts) {
-            size += part.size();
-        }
+        const std::size_t size =
+            format.before_.size() + key.size() + format.between_.size() + value.size() + format.after_.size();
         if (Status status = Reserve(size)) {
             return status;
         }
-        for (std::string_view part : parts) {
-            std::memcpy(buf_ + size_, part.data(), part.size());
-            size_ += part.size();
-        }
-    } else if (Status status = Printed(format.format_, key, value)) {
+        Put(format.before_);
+        Put(key);
+        Put(format.between_);
+        Put(value);
+        Put(format.after_);
+    } else if (Status status = Printed(format.format_, key.data(), value.data())) {
         return status;
     }
     if (!format.endsLine_) {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace velkc {
@@ -51,7 +52,13 @@ public:
     // One key/value line printed with its format. A format that does not
     // end its line gets a "\n", so that the next line is never glued to the
     // pair.
-    Status Pair(const PairFormat &format, const char *key, const char *value);
+    Status Pair(const PairFormat &format, const char *key, const char *value)
+    {
+        return Pair(format, std::string_view(key), std::string_view(value));
+    }
+    // The same for a key and value whose sizes are known: both must be
+    // whole C strings, for the formats printed by snprintf.
+    Status Pair(const PairFormat &format, std::string_view key, std::string_view value);
     // Appends the bytes [begin, end) of the file open on fd, read at their
     // offsets, straight into the buffer (ERR_READ_FAILED, also when the
     // file ends before end).
@@ -66,6 +73,18 @@ public:
 
 private:
     Status Reserve(std::size_t more);
+    // Copies text into the room reserved for it. The parts of a format
+    // around a pair are mostly empty or single bytes ("=", "\n"), cheaper
+    // stored than handed to memcpy.
+    void Put(std::string_view text) noexcept
+    {
+        if (text.size() > 1) {
+            std::memcpy(buf_ + size_, text.data(), text.size());
+        } else if (text.size() == 1) {
+            buf_[size_] = text.front();
+        }
+        size_ += text.size();
+    }
     // A pair printed by snprintf.
     Status Printed(const char *format, const char *key, const char *value);
 

@@ -102,20 +102,23 @@ public:
         return CopySkipping([&](auto &copy) { return reader_.skipLinesWithout(needle, copy); }, decide);
     }
 
-    // The same for the lines that mayMatch (see LineReader::skipLinesUnless)
-    // rejects.
-    template <typename MayMatch, typename Decide>
-    Status CopyLinesUnless(MayMatch &&mayMatch, Decide &&decide)
+    // Hands every line of the target that wants accepts to edit, which
+    // writes what the line becomes through out(); the others are copied as
+    // they are (see LineReader::editLines). Stops at the first failure.
+    template <typename Wants, typename Edit>
+    Status EditLines(Wants &&wants, Edit &&edit)
     {
-        return CopySkipping([&](auto &copy) { return reader_.skipLinesUnless(mayMatch, copy); }, decide);
+        if (reader_.fd() < 0) {
+            return kOk; // no target: nothing to copy
+        }
+        return reader_.editLines(wants, edit, [this](std::string_view run) { return out_.Write(run); });
     }
 
     // Copies every line as it is: the start of the writers that add at the
     // end.
     Status CopyAll()
     {
-        return CopyLinesUnless([](std::string_view) { return false; },
-                               [this](const LineReader &line) { return out_.Write(line.view()); });
+        return EditLines([](std::string_view) { return false; }, [](std::string_view) { return kOk; });
     }
 
     // Copies every line but the one at index, which replace is handed to
