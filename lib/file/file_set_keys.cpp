@@ -195,7 +195,7 @@ public:
         : out_(out), changes_(changes), format_(format)
     {}
 
-    bool Wants(std::string_view line) noexcept
+    [[gnu::always_inline]] bool Wants(const velkc::ScannedLine &line) noexcept
     {
         found_ = Lookup(line);
         return found_ != nullptr;
@@ -220,7 +220,7 @@ public:
 private:
     // The change still to make to a line of its key, or null for a line to
     // copy: comments, blank lines, other keys and keys already handled.
-    ChangeTable::Change *Lookup(std::string_view line) noexcept
+    [[gnu::always_inline]] ChangeTable::Change *Lookup(const velkc::ScannedLine &line) noexcept
     {
         const std::optional<std::string_view> key = velkc::LineKey(line);
         ChangeTable::Change *change = key && !key->empty() ? changes_.Find(*key) : nullptr;
@@ -276,8 +276,10 @@ extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const S
     velkc::Status status = Begin(rw);
     if (status == velkc::kOk) {
         LineEditor editor(rw.out(), changes, format);
-        status = rw.EditLines([&editor](std::string_view line) { return editor.Wants(line); },
-                              [&editor](std::string_view line) { return editor.Edit(line); });
+        // Wants runs for every line: inlined into the reader's loop.
+        status = rw.EditLines(
+            [&editor](const velkc::ScannedLine &line) __attribute__((always_inline)) { return editor.Wants(line); },
+            [&editor](std::string_view line) { return editor.Edit(line); });
     }
     if (status == velkc::kOk && changes.pending() > 0) {
         status = rw.SeparateFromLastLine();

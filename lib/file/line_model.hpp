@@ -6,6 +6,11 @@
 
 #include <velkc/file.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include <algorithm>
 #include <bit>
 #include <climits>
 #include <cstdint>
@@ -57,32 +62,142 @@ private:
     char saved_;
 };
 
-// The first "=" or NUL of line at or after at, or its size: eight bytes at
-// a time, since every line of a file a writer passes over is scanned so.
-inline std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
+namespace detail {
+
+constexpr std::uint64_t kOnes = 0x0101010101010101u;
+constexpr std::uint64_t kHighs = 0x8080808080808080u;
+
+// The eight bytes at text as one word, the first byte lowest.
+inline std::uint64_t LoadWord(const char *text) noexcept
 {
-    constexpr std::uint64_t kOnes = 0x0101010101010101u;
-    constexpr std::uint64_t kHighs = 0x8080808080808080u;
-    // The high bit of the lowest zero byte of word is the lowest bit set.
-    const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word & kHighs; };
-    for (; at + sizeof(std::uint64_t) <= line.size(); at += sizeof(std::uint64_t)) {
-        std::uint64_t word;
-        std::memcpy(&word, line.data() + at, sizeof word);
-        const std::uint64_t stops = zeroBytes(word) | zeroBytes(word ^ (kOnes * '='));
-        if (stops != 0) {
-            return at + static_cast<std::size_t>(std::countr_zero(stops)) / CHAR_BIT;
+    std::uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    if constexpr (std::endian::native == std::endian::big) {
+        word = __builtin_bswap64(word);
+    }
+    return word;
+}
+
+// The bytes of word equal to c, as the high bit of each: exact up to the
+// lowest one, which is all a scan looks at.
+constexpr std::uint64_t BytesEqual(std::uint64_t word, char c) noexcept
+{
+    word ^= kOnes * static_cast<unsigned char>(c);
+    return (word - kOnes) & ~word & kHighs;
+}
+
+// The index of the byte whose high bit is the lowest bit of marks.
+constexpr std::size_t FirstMarked(std::uint64_t marks) noexcept
+{
+    return static_cast<std::size_t>(std::countr_zero(marks)) / CHAR_BIT;
+}
+
+// The bytes that end a key: "=" and NUL.
+constexpr std::uint64_t KeyStops(std::uint64_t word) noexcept { return BytesEqual(word, '\0') | BytesEqual(word, '='); }
+constexpr bool IsKeyStop(char c) noexcept { return c == '=' || c == '\0'; }
+
+// The first byte of text at or after at that is (one of whose word's marks
+// the bytes that are), or size: eight bytes at a time, since the writers
+// scan every line they pass over so.
+template <typename Marks, typename Is>
+[[gnu::always_inline]] inline std::size_t FindFirst(const char *text, std::size_t at, std::size_t size, Marks marks,
+                                                    Is is) noexcept
+{
+    for (; at + sizeof(std::uint64_t) <= size; at += sizeof(std::uint64_t)) {
+        if (const std::uint64_t found = marks(LoadWord(text + at))) {
+            return at + FirstMarked(found);
         }
     }
-    while (at < line.size() && line[at] != '=' && line[at] != '\0') {
+    while (at < size && !is(text[at])) {
         ++at;
     }
     return at;
 }
 
-// The key of a line: its first token at "=" that is not empty, white space
-// and one pair of double quotes trimmed. None for a comment or a line of
-// nothing but "=". Inline: writers ask it of every line they pass over.
-inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
+} // namespace detail
+
+// The first "=" or NUL of line at or after at, or its size.
+inline std::size_t KeyEnd(std::string_view line, std::size_t at) noexcept
+{
+    return detail::FindFirst(line.data(), at, line.size(), detail::KeyStops, detail::IsKeyStop);
+}
+
+// A line cut from a buffer by ScanLine, with the KeyEnd of it from its
+// start, so that LineKey need not read it again.
+struct ScannedLine {
+    std::string_view text; // "\n" kept
+    std::size_t keyEnd;    // KeyEnd(text, 0)
+};
+
+namespace detail {
+
+// The newlines and the key stops of one block of bytes, one mark a byte,
+// the first byte lowest. Sixteen bytes at a time where the processor
+// compares them at once, else eight in a word.
+struct BlockMarks {
+    std::uint64_t newlines;
+    std::uint64_t stops;
+};
+#if defined(__SSE2__)
+constexpr std::size_t kBlockSize = 16;
+constexpr std::size_t kMarkBits = 1;
+inline BlockMarks MarkBlock(const char *text) noexcept
+{
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i *>(text));
+    const auto marks = [block](char c) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(c)); };
+    return {static_cast<std::uint32_t>(_mm_movemask_epi8(marks('\n'))),
+            static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_or_si128(marks('='), marks('\0'))))};
+}
+#else
+constexpr std::size_t kBlockSize = sizeof(std::uint64_t);
+constexpr std::size_t kMarkBits = CHAR_BIT;
+inline BlockMarks MarkBlock(const char *text) noexcept
+{
+    const std::uint64_t word = LoadWord(text);
+    return {BytesEqual(word, '\n'), KeyStops(word)};
+}
+#endif
+
+} // namespace detail
+
+// The line at the start of [begin, end), up to and with its first "\n",
+// or none when there is no "\n". One pass finds both the line's end and
+// its KeyEnd: writers that look up the key of every line they pass over
+// read each byte once.
+[[gnu::always_inline]] inline std::optional<ScannedLine> ScanLine(const char *begin, const char *end) noexcept
+{
+    const std::size_t size = static_cast<std::size_t>(end - begin);
+    std::size_t keyEnd = size; // none found yet
+    std::size_t at = 0;
+    for (; at + detail::kBlockSize <= size; at += detail::kBlockSize) {
+        const detail::BlockMarks marks = detail::MarkBlock(begin + at);
+        if (keyEnd == size && marks.stops != 0) {
+            keyEnd = at + static_cast<std::size_t>(std::countr_zero(marks.stops)) / detail::kMarkBits;
+        }
+        if (marks.newlines != 0) {
+            const std::size_t newline =
+                at + static_cast<std::size_t>(std::countr_zero(marks.newlines)) / detail::kMarkBits;
+            return ScannedLine{{begin, newline + 1}, std::min(keyEnd, newline + 1)};
+        }
+    }
+    // The few bytes at the end of the buffer.
+    for (; at < size; ++at) {
+        if (keyEnd == size && detail::IsKeyStop(begin[at])) {
+            keyEnd = at;
+        }
+        if (begin[at] == '\n') {
+            return ScannedLine{{begin, at + 1}, std::min(keyEnd, at + 1)};
+        }
+    }
+    return std::nullopt;
+}
+
+namespace detail {
+
+// LineKey, with keyEnd(start) giving KeyEnd(line, start).
+template <typename KeyEndAt>
+[[gnu::always_inline]] inline std::optional<std::string_view> LineKeyWith(std::string_view line,
+                                                                          KeyEndAt &&keyEnd) noexcept
 {
     // The line ends at its first NUL for the C string functions. One pass
     // up to the key's "=" reads no more of a long line than it needs.
@@ -100,12 +215,32 @@ inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
         return std::nullopt;
     }
     // Not empty: it starts with a byte that is neither "=" nor NUL.
-    const std::string_view token(line.data() + start, KeyEnd(line, start) - start);
+    const std::string_view token(line.data() + start, keyEnd(start) - start);
     const auto trimmed = [](char c) { return IsWhitespace(c) || c == '"'; };
     if (!trimmed(token.front()) && !trimmed(token.back())) {
         return token; // the common key, with nothing to trim
     }
     return TrimSpace(token);
+}
+
+} // namespace detail
+
+// The key of a line: its first token at "=" that is not empty, white space
+// and one pair of double quotes trimmed. None for a comment or a line of
+// nothing but "=". Inline: writers ask it of every line they pass over.
+inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
+{
+    return detail::LineKeyWith(line, [line](std::size_t start) { return KeyEnd(line, start); });
+}
+
+// The same for a line ScanLine cut, without reading it again.
+[[gnu::always_inline]] inline std::optional<std::string_view> LineKey(const ScannedLine &line) noexcept
+{
+    // The key starts after the leading "="s, where the scan found the first
+    // stop only when there were none.
+    return detail::LineKeyWith(line.text, [&line](std::size_t start) {
+        return start <= line.keyEnd ? line.keyEnd : KeyEnd(line.text, start);
+    });
 }
 
 // True when line is a key line of key.

@@ -111,12 +111,17 @@ void LineReader::ReleaseLine() noexcept
 // Only the line a match starts in can be a key line of the needle; a match
 // that runs on past its "\n" merely yields a line that fails the caller's
 // test.
+const char *LineReader::RunOfWholeLines(const char *pending, std::size_t count) noexcept
+{
+    const char *last = static_cast<const char *>(memrchr(pending, '\n', count));
+    return last != nullptr ? last + 1 : nullptr;
+}
+
 const char *LineReader::RunBefore(const char *pending, std::size_t count, std::string_view needle) noexcept
 {
     const char *found = static_cast<const char *>(memmem(pending, count, needle.data(), needle.size()));
     if (found == nullptr) {
-        const char *last = static_cast<const char *>(memrchr(pending, '\n', count));
-        return last != nullptr ? last + 1 : nullptr;
+        return RunOfWholeLines(pending, count);
     }
     const char *newline = static_cast<const char *>(memrchr(pending, '\n', static_cast<std::size_t>(found - pending)));
     return newline != nullptr ? newline + 1 : pending;
@@ -131,8 +136,7 @@ const char *LineReader::RunBeforeLineStarting(const char *pending, std::size_t c
             return at;
         }
     }
-    const char *last = static_cast<const char *>(memrchr(pending, '\n', count));
-    return last != nullptr ? last + 1 : nullptr;
+    return RunOfWholeLines(pending, count);
 }
 
 bool LineReader::next()

@@ -14,12 +14,14 @@
 
 #include "internal/internal.hpp"
 #include "internal/status.hpp"
+#include "line_model.hpp"
 
 #include <velkc/file.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 namespace velkc {
@@ -58,9 +60,9 @@ public:
     // Reads every line that is left: each line that wants accepts goes to
     // edit, and the others go to each as runs of whole lines, "\n" kept,
     // straight from the buffer, every run before the edited line after it.
-    // Each line is scanned once: the view wants is handed is the one edit
-    // gets. Stops at the first failure of edit or each, else returns
-    // error().
+    // Each line is scanned once, for its end and its key's end together:
+    // wants is handed the ScannedLine, edit its text. Stops at the first
+    // failure of edit or each, else returns error().
     template <typename Wants, typename Edit, typename Each>
     Status editLines(Wants &&wants, Edit &&edit, Each &&each)
     {
@@ -74,7 +76,19 @@ public:
         if (!next()) {
             return error();
         }
-        return wants(view()) ? edit(view()) : each(view());
+        return wants(ScannedLine{view(), KeyEnd(view(), 0)}) ? edit(view()) : each(view());
+    }
+
+    // Hands every line that is left to each as runs of whole lines, "\n"
+    // kept, straight from the buffer. Stops at the first failure of each,
+    // else returns error().
+    template <typename Each>
+    Status copyLines(Each &&each)
+    {
+        if (Status status = SkipRuns(&RunOfWholeLines, each)) {
+            return status;
+        }
+        return next() ? each(view()) : error();
     }
 
     // Passes over the lines ahead that do not start with c, as
@@ -131,6 +145,9 @@ private:
     // when neither exists.
     static const char *RunBefore(const char *pending, std::size_t count, std::string_view needle) noexcept;
 
+    // After the last "\n" of pending, or null.
+    static const char *RunOfWholeLines(const char *pending, std::size_t count) noexcept;
+
     // The same before the first line that starts with c.
     static const char *RunBeforeLineStarting(const char *pending, std::size_t count, char c) noexcept;
 
@@ -145,15 +162,13 @@ private:
         const char *run = buf_ + begin_; // the lines not yet copied start here
         const char *start = run;
         const char *end = buf_ + end_;
-        while (const char *newline =
-                   static_cast<const char *>(std::memchr(start, '\n', static_cast<std::size_t>(end - start)))) {
-            const std::string_view line(start, static_cast<std::size_t>(newline - start) + 1);
-            start = newline + 1;
-            if (wants(line)) {
-                if (Status status = CopyRun(run, line.data(), each)) {
+        while (const std::optional<ScannedLine> line = ScanLine(start, end)) {
+            start = line->text.data() + line->text.size();
+            if (wants(*line)) {
+                if (Status status = CopyRun(run, line->text.data(), each)) {
                     return status;
                 }
-                if (Status status = edit(line)) {
+                if (Status status = edit(line->text)) {
                     return status;
                 }
                 run = start;

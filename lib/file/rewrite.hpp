@@ -118,7 +118,10 @@ public:
     // end.
     Status CopyAll()
     {
-        return EditLines([](std::string_view) { return false; }, [](std::string_view) { return kOk; });
+        if (reader_.fd() < 0) {
+            return kOk; // no target: nothing to copy
+        }
+        return reader_.copyLines([this](std::string_view run) { return out_.Write(run); });
     }
 
     // Copies every line but the one at index, which replace is handed to
