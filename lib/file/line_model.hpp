@@ -194,10 +194,23 @@ inline BlockMarks MarkBlock(const char *text) noexcept
 
 namespace detail {
 
-// LineKey, with keyEnd(start) giving KeyEnd(line, start).
-template <typename KeyEndAt>
-[[gnu::always_inline]] inline std::optional<std::string_view> LineKeyWith(std::string_view line,
-                                                                          KeyEndAt &&keyEnd) noexcept
+// A key token, not empty, with white space and one pair of double quotes
+// trimmed.
+[[gnu::always_inline]] inline std::string_view TrimKey(std::string_view token) noexcept
+{
+    const auto trimmed = [](char c) { return IsWhitespace(c) || c == '"'; };
+    if (!trimmed(token.front()) && !trimmed(token.back())) {
+        return token; // the common key, with nothing to trim
+    }
+    return TrimSpace(token);
+}
+
+} // namespace detail
+
+// The key of a line: its first token at "=" that is not empty, white space
+// and one pair of double quotes trimmed. None for a comment or a line of
+// nothing but "=". Inline: writers ask it of every line they pass over.
+inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
 {
     // The line ends at its first NUL for the C string functions. One pass
     // up to the key's "=" reads no more of a long line than it needs.
@@ -215,32 +228,19 @@ template <typename KeyEndAt>
         return std::nullopt;
     }
     // Not empty: it starts with a byte that is neither "=" nor NUL.
-    const std::string_view token(line.data() + start, keyEnd(start) - start);
-    const auto trimmed = [](char c) { return IsWhitespace(c) || c == '"'; };
-    if (!trimmed(token.front()) && !trimmed(token.back())) {
-        return token; // the common key, with nothing to trim
-    }
-    return TrimSpace(token);
-}
-
-} // namespace detail
-
-// The key of a line: its first token at "=" that is not empty, white space
-// and one pair of double quotes trimmed. None for a comment or a line of
-// nothing but "=". Inline: writers ask it of every line they pass over.
-inline std::optional<std::string_view> LineKey(std::string_view line) noexcept
-{
-    return detail::LineKeyWith(line, [line](std::size_t start) { return KeyEnd(line, start); });
+    return detail::TrimKey(std::string_view(line.data() + start, KeyEnd(line, start) - start));
 }
 
 // The same for a line ScanLine cut, without reading it again.
 [[gnu::always_inline]] inline std::optional<std::string_view> LineKey(const ScannedLine &line) noexcept
 {
-    // The key starts after the leading "="s, where the scan found the first
-    // stop only when there were none.
-    return detail::LineKeyWith(line.text, [&line](std::size_t start) {
-        return start <= line.keyEnd ? line.keyEnd : KeyEnd(line.text, start);
-    });
+    if (line.keyEnd == 0) {
+        return LineKey(line.text); // a leading "=" or NUL, rare: the key lies further or not at all
+    }
+    if (IsCommentLine(line.text.data())) {
+        return std::nullopt;
+    }
+    return detail::TrimKey(std::string_view(line.text.data(), line.keyEnd));
 }
 
 // True when line is a key line of key.
