@@ -363,6 +363,37 @@ TEST_F(Writers, SetKeysOfEverySizeFindOnlyTheirOwnLines)
               after);
 }
 
+// A line's key ends at its first "=", at a NUL or with the line, wherever
+// that and the line's end fall among the blocks lines are scanned in: keys
+// of every size up to past two blocks, at every shift of the lines' start,
+// beside lines of near keys that stay as they are.
+TEST_F(Writers, SetKeysFindsKeysEndingAnywhere)
+{
+    PairHash keys{};
+    std::string lines;
+    std::string edited;
+    for (std::size_t size = 1; size <= 40; ++size) {
+        const std::string noEquals(size, 'a');
+        const std::string nul(size, 'b');
+        const std::string leadingEquals(size, 'c');
+        const std::string plain(size, 'd');
+        const std::string twins = plain + "e=keep\n" + plain.substr(1) + "e=keep\n";
+        lines += noEquals + "\n" + nul + std::string("\0=x\n", 4) + "==" + leadingEquals + "=old\n" + twins + plain +
+                 "=old\n";
+        edited += noEquals + "=1\n" + nul + "=2\n" + leadingEquals + "=3\n" + twins + plain + "=4\n";
+        for (const auto &[key, value] : {std::pair{noEquals, "1"}, {nul, "2"}, {leadingEquals, "3"}, {plain, "4"}}) {
+            VELKCSzHashSetValue(keys.address(), key.c_str(), value);
+        }
+    }
+    for (std::size_t shift = 0; shift < 16; ++shift) {
+        SCOPED_TRACE(shift);
+        const std::string head = "#" + std::string(shift, '-') + "\n";
+        ASSERT_EQ(
+            After(head + lines, 1, [&](const char *p) { return VELKCFileSetKeys(p, keys.get(), nullptr, nullptr); }),
+            head + edited);
+    }
+}
+
 // A pair that would break the file's structure is refused wherever in the
 // key or value the offending byte stands, and nothing is written.
 TEST_F(Writers, SetKeysRefusesALineBreakOrEqualsAnywhere)

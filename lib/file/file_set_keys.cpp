@@ -139,13 +139,22 @@ private:
     static std::uint64_t Hash(std::string_view key) noexcept
     {
         std::uint64_t h = key.size();
-        for (std::size_t at = 0; at < key.size(); at += sizeof(std::uint64_t)) {
-            const unsigned __int128 product =
-                static_cast<unsigned __int128>(h ^ Word(key.data() + at, std::min(sizeof h, key.size() - at))) *
-                0x9E3779B97F4A7C15u;
-            h = static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+        // Keys of one to eight bytes, the most, take one round without the
+        // loop's bookkeeping; an empty one wraps around to the loop, which
+        // leaves it its size.
+        if (key.size() - 1 < sizeof h) {
+            return Mix(h, Word(key.data(), key.size()));
+        }
+        for (std::size_t at = 0; at < key.size(); at += sizeof h) {
+            h = Mix(h, Word(key.data() + at, std::min(sizeof h, key.size() - at)));
         }
         return h;
+    }
+
+    static std::uint64_t Mix(std::uint64_t h, std::uint64_t word) noexcept
+    {
+        const unsigned __int128 product = static_cast<unsigned __int128>(h ^ word) * 0x9E3779B97F4A7C15u;
+        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
     }
 
     // The size bytes (1 to 8) at text as one word, different for different
