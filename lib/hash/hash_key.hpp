@@ -21,25 +21,24 @@ struct KeyHash {
 
 namespace key_hash_detail {
 
-inline std::uint64_t LittleEndian64(const unsigned char *pb) noexcept
+// The Word at pb, stored little-endian.
+template <typename Word>
+inline Word LittleEndian(const unsigned char *pb) noexcept
 {
-    std::uint64_t w;
+    Word w;
     std::memcpy(&w, pb, sizeof w);
     if constexpr (std::endian::native == std::endian::big) {
-        w = __builtin_bswap64(w);
+        if constexpr (sizeof w == sizeof(std::uint64_t)) {
+            w = __builtin_bswap64(w);
+        } else {
+            w = __builtin_bswap32(w);
+        }
     }
     return w;
 }
 
-inline std::uint32_t LittleEndian32(const unsigned char *pb) noexcept
-{
-    std::uint32_t w;
-    std::memcpy(&w, pb, sizeof w);
-    if constexpr (std::endian::native == std::endian::big) {
-        w = __builtin_bswap32(w);
-    }
-    return w;
-}
+inline std::uint64_t LittleEndian64(const unsigned char *pb) noexcept { return LittleEndian<std::uint64_t>(pb); }
+inline std::uint32_t LittleEndian32(const unsigned char *pb) noexcept { return LittleEndian<std::uint32_t>(pb); }
 
 // The cb <= 8 bytes at pb as a little-endian number, the missing high bytes
 // zero, read without a byte loop and without touching a byte past them.
