@@ -168,19 +168,19 @@ void Observe(Observer *watcher) noexcept { observer = watcher; }
     static fault::Next<decltype(&fn)> next { #fn }
 
 // Definitions that differ only in their arguments and in what an observer
-// is told. SPEC is the exception specification of libc's declaration, PASS
+// is told. EXCEPT is the noexcept (or nothing) of libc's declaration, PASS
 // Io or Write; the parameters are named as the macros expect: fd, dirfd,
 // path, olddirfd, oldpath, newdirfd and newpath.
 // A call passed on unreported.
-#define QUIET(ret, fn, spec, params, ...) \
-    ret fn params spec                    \
-    {                                     \
-        NEXT(fn);                         \
-        return Io(next, __VA_ARGS__);     \
+#define QUIET(ret, fn, except, params, ...) \
+    ret fn params except                    \
+    {                                       \
+        NEXT(fn);                           \
+        return Io(next, __VA_ARGS__);       \
     }
 // A call reported with the descriptor it acts on.
-#define ON_FD(ret, fn, spec, pass, params, ...)                                        \
-    ret fn params spec                                                                 \
+#define ON_FD(ret, fn, except, pass, params, ...)                                      \
+    ret fn params except                                                               \
     {                                                                                  \
         NEXT(fn);                                                                      \
         return fault::Report(fault::pass(next, __VA_ARGS__), {.name = #fn, .fd = fd}); \
