@@ -1,5 +1,6 @@
 // VELKCFileSetKeys: set many keys at once and drop others.
 #include "internal/internal.hpp"
+#include "internal/little_endian.hpp"
 #include "internal/report.hpp"
 #include "line_model.hpp"
 #include "rewrite.hpp"
@@ -143,10 +144,10 @@ private:
         // loop's bookkeeping; an empty one wraps around to the loop, which
         // leaves it its size.
         if (key.size() - 1 < sizeof h) {
-            return Mix(h, Word(key.data(), key.size()));
+            return Mix(h, velkc::LoadLittleEndianTail(key.data(), key.size()));
         }
         for (std::size_t at = 0; at < key.size(); at += sizeof h) {
-            h = Mix(h, Word(key.data() + at, std::min(sizeof h, key.size() - at)));
+            h = Mix(h, velkc::LoadLittleEndianTail(key.data() + at, std::min(sizeof h, key.size() - at)));
         }
         return h;
     }
@@ -155,30 +156,6 @@ private:
     {
         const unsigned __int128 product = static_cast<unsigned __int128>(h ^ word) * 0x9E3779B97F4A7C15u;
         return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
-    }
-
-    // The size bytes (1 to 8) at text as one word, different for different
-    // bytes of one size. Fixed-size loads: a memcpy of a varying size is a
-    // library call, dearer than the hashing around it.
-    static std::uint64_t Word(const char *text, std::size_t size) noexcept
-    {
-        std::uint64_t word;
-        std::uint32_t low;
-        std::uint32_t high;
-        if (size == sizeof word) {
-            std::memcpy(&word, text, sizeof word);
-            return word;
-        }
-        if (size >= sizeof low) {
-            // Two loads that overlap when size < 8 cover every byte.
-            std::memcpy(&low, text, sizeof low);
-            std::memcpy(&high, text + size - sizeof high, sizeof high);
-            return static_cast<std::uint64_t>(high) << 32 | low;
-        }
-        // Up to three bytes: the first, the middle and the last are all.
-        return static_cast<std::uint64_t>(static_cast<unsigned char>(text[0])) << 16 |
-               static_cast<std::uint64_t>(static_cast<unsigned char>(text[size / 2])) << 8 |
-               static_cast<unsigned char>(text[size - 1]);
     }
 
     // The changes lie packed in the order they were added, apart from the

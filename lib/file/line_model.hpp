@@ -1,6 +1,7 @@
 // Line classification shared by the configuration-file functions.
 #pragma once
 
+#include "internal/little_endian.hpp"
 #include "internal/status.hpp"
 #include "internal/trim.hpp"
 
@@ -67,17 +68,6 @@ namespace detail {
 constexpr std::uint64_t kOnes = 0x0101010101010101u;
 constexpr std::uint64_t kHighs = 0x8080808080808080u;
 
-// The eight bytes at text as one word, the first byte lowest.
-inline std::uint64_t LoadWord(const char *text) noexcept
-{
-    std::uint64_t word;
-    std::memcpy(&word, text, sizeof word);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = __builtin_bswap64(word);
-    }
-    return word;
-}
-
 // The bytes of word equal to c, as the high bit of each: exact up to the
 // lowest one, which is all a scan looks at.
 constexpr std::uint64_t BytesEqual(std::uint64_t word, char c) noexcept
@@ -104,7 +94,7 @@ template <typename Marks, typename Is>
                                                     Is is) noexcept
 {
     for (; at + sizeof(std::uint64_t) <= size; at += sizeof(std::uint64_t)) {
-        if (const std::uint64_t found = marks(LoadWord(text + at))) {
+        if (const std::uint64_t found = marks(LoadLittleEndian<std::uint64_t>(text + at))) {
             return at + FirstMarked(found);
         }
     }
@@ -153,7 +143,7 @@ constexpr std::size_t kBlockSize = sizeof(std::uint64_t);
 constexpr std::size_t kMarkBits = CHAR_BIT;
 inline BlockMarks MarkBlock(const char *text) noexcept
 {
-    const std::uint64_t word = LoadWord(text);
+    const std::uint64_t word = LoadLittleEndian<std::uint64_t>(text);
     return {BytesEqual(word, '\n'), KeyStops(word)};
 }
 #endif

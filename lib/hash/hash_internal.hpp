@@ -187,17 +187,16 @@ inline int HomeSlot(const KeyHash &kh, int nSlot) noexcept
 // (the slot index follows the string area).
 inline bool SameStoredKey(const char *pszStored, const char *sz, std::size_t cb) noexcept
 {
-    using key_hash_detail::LittleEndian64;
     const auto *pa = reinterpret_cast<const unsigned char *>(pszStored);
     const auto *pb = reinterpret_cast<const unsigned char *>(sz);
     std::size_t left = cb + 1;
     for (; left >= 8; pa += 8, pb += 8, left -= 8) {
-        if (LittleEndian64(pa) != LittleEndian64(pb)) {
+        if (LoadLittleEndian<std::uint64_t>(pa) != LoadLittleEndian<std::uint64_t>(pb)) {
             return false;
         }
     }
     const std::uint64_t tail = (std::uint64_t{1} << (8 * left)) - 1;
-    return left == 0 || ((LittleEndian64(pa) ^ key_hash_detail::LittleEndianTail(pb, left)) & tail) == 0;
+    return left == 0 || ((LoadLittleEndian<std::uint64_t>(pa) ^ LoadLittleEndianTail(pb, left)) & tail) == 0;
 }
 
 // The live slot holding the key (slot -1 if none) and, with the index

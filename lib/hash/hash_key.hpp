@@ -3,6 +3,8 @@
 // here, and a call costs a fair share of a lookup in a small block.
 #pragma once
 
+#include "internal/little_endian.hpp"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -20,43 +22,6 @@ struct KeyHash {
 };
 
 namespace key_hash_detail {
-
-// The Word at pb, stored little-endian.
-template <typename Word>
-inline Word LittleEndian(const unsigned char *pb) noexcept
-{
-    Word w;
-    std::memcpy(&w, pb, sizeof w);
-    if constexpr (std::endian::native == std::endian::big) {
-        if constexpr (sizeof w == sizeof(std::uint64_t)) {
-            w = __builtin_bswap64(w);
-        } else {
-            w = __builtin_bswap32(w);
-        }
-    }
-    return w;
-}
-
-inline std::uint64_t LittleEndian64(const unsigned char *pb) noexcept { return LittleEndian<std::uint64_t>(pb); }
-inline std::uint32_t LittleEndian32(const unsigned char *pb) noexcept { return LittleEndian<std::uint32_t>(pb); }
-
-// The cb <= 8 bytes at pb as a little-endian number, the missing high bytes
-// zero, read without a byte loop and without touching a byte past them.
-inline std::uint64_t LittleEndianTail(const unsigned char *pb, std::size_t cb) noexcept
-{
-    if (cb >= 4) {
-        // The last four bytes, less those that the first four hold already.
-        const std::uint64_t high = std::uint64_t{LittleEndian32(pb + cb - 4)} >> (8 * (8 - cb));
-        return LittleEndian32(pb) | high << 32;
-    }
-    if (cb == 0) {
-        return 0;
-    }
-    // One, two or three bytes: the first, the middle and the last cover them.
-    const std::uint64_t mid = std::uint64_t{pb[cb / 2]} << (8 * (cb / 2));
-    const std::uint64_t last = std::uint64_t{pb[cb - 1]} << (8 * (cb - 1));
-    return pb[0] | mid | last;
-}
 
 // Odd constants with well-spread bits, so that no common text cancels them.
 inline constexpr std::uint64_t kSeed = 0x9E3779B97F4A7C15ull;
@@ -95,20 +60,20 @@ inline KeyHash HashKey(const char *sz) noexcept
     std::size_t cb = kh.cb;
     std::uint64_t h = kSeed ^ cb;
     for (; cb > 16; pb += 16, cb -= 16) {
-        const std::uint64_t a = LittleEndian64(pb);
-        const std::uint64_t b = LittleEndian64(pb + 8);
+        const std::uint64_t a = LoadLittleEndian<std::uint64_t>(pb);
+        const std::uint64_t b = LoadLittleEndian<std::uint64_t>(pb + 8);
         kh.sum += WordSum(a) + WordSum(b);
         h = Fold(a ^ kMulA, b ^ h);
     }
     std::uint64_t a = 0;
     std::uint64_t b = 0;
     if (cb > 8) {
-        a = LittleEndian64(pb);
-        b = LittleEndianTail(pb + 8, cb - 8);
+        a = LoadLittleEndian<std::uint64_t>(pb);
+        b = LoadLittleEndianTail(pb + 8, cb - 8);
     } else if (cb == 8) {
-        a = LittleEndian64(pb);
+        a = LoadLittleEndian<std::uint64_t>(pb);
     } else {
-        a = LittleEndianTail(pb, cb);
+        a = LoadLittleEndianTail(pb, cb);
     }
     kh.sum += WordSum(a) + WordSum(b);
     h = Fold(a ^ kMulA, b ^ h ^ kMulB);
