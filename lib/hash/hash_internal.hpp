@@ -26,8 +26,6 @@ namespace velkc::hash {
 
 inline constexpr int kInitSlots = 31;
 inline constexpr int kMinSpace = 512;
-// Blocks of this many slots or more outgrow the processor's own caches.
-inline constexpr int kPrefetchSlots = 16384;
 
 // A slot that has never held anything since the block was made. A slot
 // whose key is null but which is not empty is a tombstone.
@@ -210,13 +208,11 @@ template <typename Block>
     if (!ix.Exact()) {
         return {WalkProbe(p, szKey, HomeSlot(kh, p->nSlot)).found, 0};
     }
-    // Most keys live at their home slot unless similar keys crowd it. In a
-    // block too large for the caches its load then overlaps the index probe
-    // that names the slot; in a smaller one the division that finds it costs
-    // more than it saves.
-    if (p->nSlot >= kPrefetchSlots) {
-        __builtin_prefetch(&p->rgSlot[HomeSlot(kh, p->nSlot)]);
-    }
+    // Most keys live at their home slot unless similar keys crowd it: its
+    // load then overlaps the index probe that names the slot. In a block
+    // the caches hold it costs a division; in one they have let go of
+    // (a large block, or one of many small ones) it saves a miss.
+    __builtin_prefetch(&p->rgSlot[HomeSlot(kh, p->nSlot)]);
     return ix.Find(kh, [p, szKey, &kh](int slot) { return SameStoredKey(p->rgSlot[slot].pszKey, szKey, kh.cb); });
 }
 
