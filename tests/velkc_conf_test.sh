@@ -6,7 +6,14 @@
 set -euo pipefail
 readonly build=$1 version=$2
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+# The permission cases below run as nobody when root runs this, and the
+# library makes nobody a lock directory: one that was not there before goes
+# again at the end.
+new_lock_dirs=()
+for dir in /run/user/65534/velkc /tmp/velkc-65534; do
+    [[ -e $dir ]] || new_lock_dirs+=("$dir")
+done
+trap 'rm -rf "$work" "${new_lock_dirs[@]}"' EXIT
 chmod 755 "$work" # the unprivileged runs below need to reach it
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
 readonly conf=$work/prefix/bin/velkc-conf err=$work/stderr
