@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <utility>
 
 namespace {
@@ -61,6 +62,7 @@ public:
                 change.value = {slot.pszVal, *valueSize};
                 change.write = true;
                 ++pending_;
+                ++pairs_;
             }
         });
         if (!safe) {
@@ -99,6 +101,10 @@ public:
 
     // How many pairs no line has taken.
     std::size_t pending() const noexcept { return pending_; }
+
+    // The changes of the pairs, in the table's slot order: they were added
+    // first, one for each key.
+    std::span<const Change> Pairs() const noexcept { return {changes_.get(), pairs_}; }
 
     // Calls fn(slot) for every pair in the table's slot order.
     template <typename Fn>
@@ -165,6 +171,7 @@ private:
     velkc::MallocPtr<std::uint32_t> slots_; // the index of a slot's change
     velkc::MallocPtr<std::uint8_t> tags_;   // 0: a free slot
     std::uint32_t used_ = 0;
+    std::size_t pairs_ = 0;
     std::size_t mask_ = 0;
     std::size_t pending_ = 0;
 };
@@ -220,17 +227,18 @@ private:
 };
 
 // Appends the pairs no line took, in the table's slot order.
-velkc::Status AppendPending(velkc::Output &out, const SzHash *pHash, ChangeTable &changes, const char *format)
+velkc::Status AppendPending(velkc::Output &out, const ChangeTable &changes, const char *format)
 {
     const velkc::PairFormat pairFormat(format);
-    velkc::Status status = velkc::kOk;
-    ChangeTable::ForEachKey(pHash, [&](const SzHashSlot &slot) {
-        ChangeTable::Change &change = *changes.Find(slot.pszKey);
-        if (status == velkc::kOk && change.write) {
-            status = out.Pair(pairFormat, change.key, change.value);
+    for (const ChangeTable::Change &change : changes.Pairs()) {
+        if (!change.write) {
+            continue;
         }
-    });
-    return status;
+        if (const velkc::Status status = out.Pair(pairFormat, change.key, change.value)) {
+            return status;
+        }
+    }
+    return velkc::kOk;
 }
 
 // Opens the target; a missing one is rewritten as if it had been empty and
@@ -270,7 +278,7 @@ extern "C" int VELKCFileSetKeys(const char *szFile, const SzHash *pHash, const S
     if (status == velkc::kOk && changes.pending() > 0) {
         status = rw.SeparateFromLastLine();
         if (status == velkc::kOk) {
-            status = AppendPending(rw.out(), pHash, changes, format);
+            status = AppendPending(rw.out(), changes, format);
         }
     }
     if (status == velkc::kOk) {
